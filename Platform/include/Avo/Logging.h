@@ -1,0 +1,98 @@
+#pragma once
+/// Logging of the platform: one log4cplus logger for every line, a common line
+/// prefix (context, short function name with source file and line, " - ",
+/// recursion padding) and the assertion facility.
+
+#include <log4cplus/logger.h>   // log4cplus::Logger
+#include <log4cplus/loglevel.h> // log4cplus::LogLevel and the level constants
+
+#include <sstream>   // std::ostringstream, used by the logging macros
+#include <stdexcept> // std::logic_error
+#include <string>
+
+namespace Avo {
+
+/// The logger that every line of the library goes through (named "Avo").
+/// On first use, a program that has not configured log4cplus gets a console
+/// appender on standard error at INFO level.
+log4cplus::Logger& GetGlobalDefaultLogger();
+
+/// Loads a log4cplus properties file; it replaces the default console set-up.
+/// Returns false (and leaves the current set-up) when the file cannot be read.
+bool ConfigureLogging(const std::string& propertiesFile);
+
+/// Text that starts every line, e.g. the name of the process; empty by default.
+/// When not empty it is printed in square brackets followed by a blank.
+std::string GetLoggingContext();
+void SetLoggingContext(const std::string& context);
+
+/// Formats the function part of a line: "GetEntry (KnxValueConverter.cpp:42)".
+/// Accepts a plain function name (__func__) as well as a compiler's pretty
+/// function signature, of which only the unqualified name is kept; of the
+/// file only its last path component is kept.
+struct PrettyFunctionNamePrinter {
+  static std::string Format(const char* function, const char* file, int line);
+};
+
+/// Indentation of nested log output on the current thread: while an object of
+/// this class lives, every line of the thread is indented by two more blanks.
+class LoggingRecursionPadding {
+public:
+  LoggingRecursionPadding();
+  ~LoggingRecursionPadding();
+  LoggingRecursionPadding(const LoggingRecursionPadding&) = delete;
+  LoggingRecursionPadding& operator=(const LoggingRecursionPadding&) = delete;
+
+  /// The padding of the current thread ("" at depth 0).
+  static std::string Current();
+};
+
+/// Builds one complete line: context, function part, " - ", padding, text.
+struct LogEntryFormatter {
+  static std::string Format(const char* function, const char* file, int line,
+                            const std::string& text);
+};
+
+/// Thrown by AVO_ASSERT2 after its FATAL line; what() is
+/// "AVO_ASSERT2(<expression>) failed".
+class AssertionFailed : public std::logic_error {
+public:
+  using std::logic_error::logic_error;
+};
+
+namespace detail {
+/// Sends one line that is known to be enabled for the level.
+void Emit(const log4cplus::Logger& logger, log4cplus::LogLevel level, const char* function,
+          const char* file, int line, const std::string& text);
+/// Logs the FATAL line of a failed assertion and throws AssertionFailed.
+[[noreturn]] void FailAssertion(const char* expression, const char* function, const char* file,
+                                int line);
+} // namespace detail
+
+} // namespace Avo
+
+/// Logs the streamed expression at the given log4cplus level. The level is
+/// tested first, so a line below the logger's level costs no formatting.
+#define AVO_LOG(level, streamed)                                                         \
+  do {                                                                                   \
+    const log4cplus::Logger& avoLogger_ = ::Avo::GetGlobalDefaultLogger();               \
+    if (avoLogger_.isEnabledFor(level)) {                                                \
+      std::ostringstream avoLogText_;                                                    \
+      avoLogText_ << streamed;                                                           \
+      ::Avo::detail::Emit(avoLogger_, level, __func__, __FILE__, __LINE__,               \
+                          avoLogText_.str());                                            \
+    }                                                                                    \
+  } while (false)
+
+#define AVO_LOG_TRACE(streamed) AVO_LOG(log4cplus::TRACE_LOG_LEVEL, streamed)
+#define AVO_LOG_DEBUG(streamed) AVO_LOG(log4cplus::DEBUG_LOG_LEVEL, streamed)
+#define AVO_LOG_INFO(streamed) AVO_LOG(log4cplus::INFO_LOG_LEVEL, streamed)
+#define AVO_LOG_WARN(streamed) AVO_LOG(log4cplus::WARN_LOG_LEVEL, streamed)
+#define AVO_LOG_ERROR(streamed) AVO_LOG(log4cplus::ERROR_LOG_LEVEL, streamed)
+#define AVO_LOG_FATAL(streamed) AVO_LOG(log4cplus::FATAL_LOG_LEVEL, streamed)
+
+/// Checks a condition that only a programming error can break: logs
+/// "AVO_ASSERT2(<expr>) failed" at FATAL level and throws Avo::AssertionFailed.
+#define AVO_ASSERT2(expr)                                                                \
+  ((expr) ? static_cast<void>(0)                                                         \
+          : ::Avo::detail::FailAssertion(#expr, __func__, __FILE__, __LINE__))
