@@ -1,0 +1,354 @@
+#pragma once
+/// Converters between a VELVALUE and a KNX group value, one class per DPT
+/// family, and the range classes that bound and scale their values.
+///
+/// Every catalogue row owns a private clone of its converter (Clone). The
+/// converters hold no mutable state, so one object may convert on several
+/// threads at once.
+
+#include "KnxStack/GroupValue.h"
+#include "VelValue.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+namespace Avo {
+
+// ---------------------------------------------------------------------------
+// Ranges. The first pair bounds the value on the VELVALUE side (internal
+// range), the second the raw KNX value (external range). The scale factor is
+// computed once, at construction.
+// ---------------------------------------------------------------------------
+
+/// Two pairs of signed 32-bit bounds.
+class IntegerRange {
+public:
+  IntegerRange(std::int32_t internalMinimum, std::int32_t internalMaximum,
+               std::int32_t externalMinimum, std::int32_t externalMaximum);
+
+  std::int32_t GetInternalMinimum() const { return m_internalMinimum; }
+  std::int32_t GetInternalMaximum() const { return m_internalMaximum; }
+  std::int32_t GetExternalMinimum() const { return m_externalMinimum; }
+  std::int32_t GetExternalMaximum() const { return m_externalMaximum; }
+  double GetScaleFactor() const { return m_scaleFactor; }
+
+  /// "IntegerRange(<imin>, <imax>, <emin>, <emax>)".
+  std::string ToString() const;
+
+private:
+  void CalculateScaleFactor();
+
+  std::int32_t m_internalMinimum;
+  std::int32_t m_internalMaximum;
+  std::int32_t m_externalMinimum;
+  std::int32_t m_externalMaximum;
+  double m_scaleFactor;
+};
+
+/// Two pairs of signed 64-bit bounds (for the unsigned 24- and 32-bit values).
+class LongIntegerRange {
+public:
+  LongIntegerRange(std::int64_t internalMinimum, std::int64_t internalMaximum,
+                   std::int64_t externalMinimum, std::int64_t externalMaximum);
+
+  std::int64_t GetInternalMinimum() const { return m_internalMinimum; }
+  std::int64_t GetInternalMaximum() const { return m_internalMaximum; }
+  std::int64_t GetExternalMinimum() const { return m_externalMinimum; }
+  std::int64_t GetExternalMaximum() const { return m_externalMaximum; }
+  double GetScaleFactor() const { return m_scaleFactor; }
+
+  /// "IntegerRange(<imin>, <imax>, <emin>, <emax>)": the same prefix as
+  /// IntegerRange, which log readers already know.
+  std::string ToString() const;
+
+private:
+  void CalculateScaleFactor();
+
+  std::int64_t m_internalMinimum;
+  std::int64_t m_internalMaximum;
+  std::int64_t m_externalMinimum;
+  std::int64_t m_externalMaximum;
+  double m_scaleFactor;
+};
+
+/// A double range on the value side and a signed 32-bit range on the bus side.
+class FloatIntegerRange {
+public:
+  /// Double range -671088.64 .. 670760.96 (the KNX 2-byte float's value
+  /// limits), integer range -2147483648 .. 2147483647.
+  FloatIntegerRange();
+  FloatIntegerRange(double doubleMinimum, double doubleMaximum, std::int32_t integerMinimum,
+                    std::int32_t integerMaximum);
+
+  double GetDoubleMinimum() const { return m_doubleMinimum; }
+  double GetDoubleMaximum() const { return m_doubleMaximum; }
+  std::int32_t GetIntegerMinimum() const { return m_integerMinimum; }
+  std::int32_t GetIntegerMaximum() const { return m_integerMaximum; }
+  double GetScaleFactor() const { return m_scaleFactor; }
+
+  /// "FloatIntegerRange(<dmin>, <dmax>, <imin>, <imax>)".
+  std::string ToString() const;
+
+private:
+  void CalculateScaleFactor();
+
+  double m_doubleMinimum;
+  double m_doubleMaximum;
+  std::int32_t m_integerMinimum;
+  std::int32_t m_integerMaximum;
+  double m_scaleFactor;
+};
+
+/// Two pairs of double bounds; the only range that orders its bounds.
+class FloatRange {
+public:
+  FloatRange(double doubleMinimum, double doubleMaximum, double externalMinimum,
+             double externalMaximum);
+
+  double GetDoubleMinimum() const { return m_doubleMinimum; }
+  double GetDoubleMaximum() const { return m_doubleMaximum; }
+  double GetExternalMinimum() const { return m_externalMinimum; }
+  double GetExternalMaximum() const { return m_externalMaximum; }
+  double GetScaleFactor() const { return m_scaleFactor; }
+
+  /// "FloatRange(<dmin>, <dmax>, <emin>, <emax>)".
+  std::string ToString() const;
+
+private:
+  void CalculateScaleFactor();
+
+  double m_doubleMinimum;
+  double m_doubleMaximum;
+  double m_externalMinimum;
+  double m_externalMaximum;
+  double m_scaleFactor;
+};
+
+std::ostream& operator<<(std::ostream& os, const IntegerRange& range);
+std::ostream& operator<<(std::ostream& os, const LongIntegerRange& range);
+std::ostream& operator<<(std::ostream& os, const FloatIntegerRange& range);
+std::ostream& operator<<(std::ostream& os, const FloatRange& range);
+
+// ---------------------------------------------------------------------------
+// Converter interface.
+// ---------------------------------------------------------------------------
+
+/// Turns a VELVALUE into a group value for a DPT and back. Both operations
+/// return false on every refusal (with one ERROR line) and never throw for
+/// bad input; on false the output may be partly written.
+class KnxConverter {
+public:
+  virtual ~KnxConverter() = default;
+
+  virtual bool ToKnxValue(const KNXDPT& dpt, const VELVALUE& value,
+                          KnxStack::GroupValue& group) const = 0;
+  virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
+                            VELVALUE& value) const = 0;
+  /// A newly allocated copy of the same class (range included); the caller
+  /// owns it and deletes it through this base.
+  virtual KnxConverter* Clone() const = 0;
+
+protected:
+  KnxConverter() = default;
+  KnxConverter(const KnxConverter&) = default;
+  KnxConverter& operator=(const KnxConverter&) = default;
+};
+
+namespace detail {
+
+/// Clone for a concrete converter class.
+template <class Derived>
+class ClonableKnxConverter : public KnxConverter {
+public:
+  KnxConverter* Clone() const override {
+    return new Derived(static_cast<const Derived&>(*this));
+  }
+};
+
+/// A converter holding a range by value, fixed at construction.
+template <class Derived, class Range>
+class RangedKnxConverter : public ClonableKnxConverter<Derived> {
+public:
+  explicit RangedKnxConverter(const Range& range) : m_range(range) {}
+  const Range& GetRange() const { return m_range; }
+
+protected:
+  Range m_range;
+};
+
+} // namespace detail
+
+#define AVO_KNX_CONVERTER_OPERATIONS                                                       \
+  bool ToKnxValue(const KNXDPT& dpt, const VELVALUE& value, KnxStack::GroupValue& group)   \
+      const override;                                                                      \
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, VELVALUE& value) \
+      const override
+
+/// Fall-back converter on raw bytes, through the platform's byte codec.
+class KnxConverterDefault final : public detail::ClonableKnxConverter<KnxConverterDefault> {
+public:
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 1.x, switching (1 bit).
+class KnxConverter1Bit final : public detail::ClonableKnxConverter<KnxConverter1Bit> {
+public:
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 2.x, control with priority (2 bits).
+class KnxConverter2Bit final : public detail::ClonableKnxConverter<KnxConverter2Bit> {
+public:
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 3.x, step control (4 bits).
+class KnxConverter4Bit final
+    : public detail::RangedKnxConverter<KnxConverter4Bit, FloatIntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 4.x, one character.
+class KnxConverter8BitString final
+    : public detail::RangedKnxConverter<KnxConverter8BitString, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 5.x, unsigned byte.
+class KnxConverterByte8BitUnsigned final
+    : public detail::RangedKnxConverter<KnxConverterByte8BitUnsigned, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 6.x, signed byte.
+class KnxConverterInteger8BitSigned final
+    : public detail::RangedKnxConverter<KnxConverterInteger8BitSigned, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 6.020, status with a one-hot mode field.
+class KnxConverterStatus8Bit final
+    : public detail::RangedKnxConverter<KnxConverterStatus8Bit, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 7.x, unsigned 16-bit.
+class KnxConverterInteger16BitUnsigned final
+    : public detail::RangedKnxConverter<KnxConverterInteger16BitUnsigned, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 8.x, signed 16-bit.
+class KnxConverterInteger16BitSigned final
+    : public detail::RangedKnxConverter<KnxConverterInteger16BitSigned, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// 3-byte unsigned (DPT 232.x).
+class KnxConverterInteger24BitUnsigned final
+    : public detail::RangedKnxConverter<KnxConverterInteger24BitUnsigned, LongIntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 12.x, unsigned 32-bit.
+class KnxConverterInteger32BitUnsigned final
+    : public detail::RangedKnxConverter<KnxConverterInteger32BitUnsigned, LongIntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 13.x, signed 32-bit; the only converter that scales.
+class KnxConverterInteger32BitSigned final
+    : public detail::RangedKnxConverter<KnxConverterInteger32BitSigned, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 9.x, the KNX 2-byte float.
+class KnxConverterFloat16BitFloat final
+    : public detail::RangedKnxConverter<KnxConverterFloat16BitFloat, FloatRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 14.x, IEEE 754 single precision.
+class KnxConverterFloat32BitFloat final
+    : public detail::RangedKnxConverter<KnxConverterFloat32BitFloat, FloatRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 11.001, date.
+class KnxConverterDate final : public detail::ClonableKnxConverter<KnxConverterDate> {
+public:
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 10.001, time of day with day of week.
+class KnxConverterTimeOfDay final : public detail::ClonableKnxConverter<KnxConverterTimeOfDay> {
+public:
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 19.x, date and time (8 bytes).
+class KnxConverterDateTime final : public detail::ClonableKnxConverter<KnxConverterDateTime> {
+public:
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 17.001, scene number.
+class KnxConverterSceneNumber final
+    : public detail::RangedKnxConverter<KnxConverterSceneNumber, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 18.001, scene control.
+class KnxConverterSceneControl final
+    : public detail::RangedKnxConverter<KnxConverterSceneControl, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 26.001, scene info.
+class KnxConverterSceneInfo final
+    : public detail::RangedKnxConverter<KnxConverterSceneInfo, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+/// DPT 16.x, 14-byte string.
+class KnxConverter14ByteString final
+    : public detail::RangedKnxConverter<KnxConverter14ByteString, IntegerRange> {
+public:
+  using RangedKnxConverter::RangedKnxConverter;
+  AVO_KNX_CONVERTER_OPERATIONS;
+};
+
+#undef AVO_KNX_CONVERTER_OPERATIONS
+
+} // namespace Avo
