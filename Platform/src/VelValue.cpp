@@ -40,6 +40,20 @@ constexpr ValueTypeInfo kValueTypes[] = {
     {ivtAngle, "Angle", ValueKind::Double},
 };
 
+// Tags 0 to 15 are the first sixteen rows, in order, so that the common
+// tags are found by index on every comparison and codec call.
+constexpr std::int32_t kDirectTags = 16;
+
+constexpr bool DirectTagsInOrder() {
+  for (std::int32_t tag = 0; tag < kDirectTags; ++tag) {
+    if (kValueTypes[tag].type != tag) {
+      return false;
+    }
+  }
+  return true;
+}
+static_assert(DirectTagsInOrder(), "tags 0..15 must be the first rows of kValueTypes");
+
 struct SubTypeName {
   VelDP::VelValueSubType subType;
   const char* name;
@@ -66,6 +80,9 @@ bool SameDouble(double left, double right) {
 } // namespace
 
 const ValueTypeInfo* FindValueType(VelValueType type) noexcept {
+  if (type >= 0 && type < kDirectTags) {
+    return &kValueTypes[type];
+  }
   for (const ValueTypeInfo& info : kValueTypes) {
     if (info.type == type) {
       return &info;
