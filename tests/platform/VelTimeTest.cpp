@@ -138,17 +138,18 @@ TEST_F(VelTimeInZone, SecondsSinceTheEpochGiveTheLocalCalendarTime) {
 }
 
 TEST_F(VelTimeInZone, ACountBeyondTheCalendarLeavesAClearedInvalidTime) {
-  if (sizeof(long) <= 4) {
-    GTEST_SKIP() << "every 32-bit count is a calendar time";
-  }
   SetZone("UTC");
   VELTIME time{};
   time.SetDateTime(2024, 5, 6, 1, 2, 3, false);
-  time = std::numeric_limits<long>::max();
-  VELTIME cleared{};
-  cleared.Clear(true);
-  EXPECT_EQ(time, cleared);
-  EXPECT_FALSE(time.isValid);
+  time = std::numeric_limits<long>::max(); // 2038 where long has 32 bits
+  if (sizeof(long) > 4) {
+    VELTIME cleared{};
+    cleared.Clear(true);
+    EXPECT_EQ(time, cleared);
+  } else {
+    EXPECT_EQ(time.year, 2038);
+    EXPECT_TRUE(time.isValid);
+  }
 }
 
 } // namespace
