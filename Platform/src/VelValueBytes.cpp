@@ -41,138 +41,114 @@ double DoubleFromBits(std::uint64_t bits) {
   return value;
 }
 
-/// A number of up to 8 bytes to be written big-endian.
-struct FixedForm {
-  std::uint64_t number;
-  unsigned int size; ///< 0: the type has no fixed-size form
-};
-
-/// False for a value that has no byte form (or whose value cannot take it).
-bool FixedFormOf(const VELVALUE& value, ValueKind kind, FixedForm& form) {
+/// Bytes of a numeric type's layout.
+unsigned int NumberSize(ValueKind kind) {
   switch (kind) {
-  case ValueKind::Bool:
-    form = {value.byVal != 0 ? 1u : 0u, 1};
-    return true;
-  case ValueKind::Byte:
-    form = {value.byVal, 1};
-    return true;
   case ValueKind::Word:
-    form = {value.wVal, 2};
-    return true;
-  case ValueKind::DWord:
-    form = {value.dwVal, 4};
-    return true;
-  case ValueKind::Long:
-    form = {static_cast<std::uint32_t>(value.lVal), 4};
-    return true;
   case ValueKind::Short:
-    // Two bytes hold the value only in the signed 16-bit range.
-    if (value.lVal < -32768 || value.lVal > 32767) {
-      return false;
-    }
-    form = {static_cast<std::uint16_t>(value.lVal), 2};
-    return true;
+    return 2;
+  case ValueKind::DWord:
+  case ValueKind::Long:
+    return 4;
   case ValueKind::Double:
-    form = {DoubleBits(value.dblVal), 8};
-    return true;
-  case ValueKind::Text:
-  case ValueKind::Bytes:
-  case ValueKind::Block40:
-    form = {0, 0};
-    return true;
-  case ValueKind::NoValue:
-  case ValueKind::Time:
-    return false;
+    return 8;
+  default:
+    return 1;
   }
-  return false;
 }
 
-bool ReadFixedForm(const unsigned char* data, unsigned int size, ValueKind kind, VELVALUE& value) {
+/// The number that a numeric layout writes.
+std::uint64_t NumberOf(const VELVALUE& value, ValueKind kind) {
   switch (kind) {
   case ValueKind::Bool:
-    if (size != 1) {
-      return false;
-    }
-    value.byVal = data[0] != 0 ? 1 : 0;
-    return true;
+    return value.byVal != 0 ? 1 : 0;
   case ValueKind::Byte:
-    if (size != 1) {
-      return false;
-    }
-    value.byVal = data[0];
-    return true;
+    return value.byVal;
   case ValueKind::Word:
-    if (size != 2) {
-      return false;
-    }
-    value.wVal = static_cast<std::uint16_t>(LoadBigEndian(data, 2));
-    return true;
+    return value.wVal;
   case ValueKind::DWord:
-    if (size != 4) {
-      return false;
-    }
-    value.dwVal = static_cast<std::uint32_t>(LoadBigEndian(data, 4));
-    return true;
+    return value.dwVal;
   case ValueKind::Long:
-    if (size != 4) {
-      return false;
-    }
-    value.lVal = static_cast<std::int32_t>(static_cast<std::uint32_t>(LoadBigEndian(data, 4)));
-    return true;
+    return static_cast<std::uint32_t>(value.lVal);
   case ValueKind::Short:
-    if (size != 2) {
-      return false;
-    }
-    value.lVal = static_cast<std::int16_t>(static_cast<std::uint16_t>(LoadBigEndian(data, 2)));
-    return true;
+    return static_cast<std::uint16_t>(value.lVal);
   case ValueKind::Double:
-    if (size != 8) {
-      return false;
-    }
-    value.dblVal = DoubleFromBits(LoadBigEndian(data, 8));
-    return true;
-  case ValueKind::Block40:
-    if (size != kData40Size) {
-      return false;
-    }
-    value.strVal.assign(reinterpret_cast<const char*>(data), size);
-    return true;
-  case ValueKind::Text:
-  case ValueKind::Bytes:
-    value.strVal.assign(reinterpret_cast<const char*>(data), size);
-    return true;
-  case ValueKind::NoValue:
-  case ValueKind::Time:
+    return DoubleBits(value.dblVal);
+  default:
+    return 0;
+  }
+}
+
+void SetNumber(VELVALUE& value, ValueKind kind, std::uint64_t number) {
+  switch (kind) {
+  case ValueKind::Bool:
+    value.byVal = number != 0 ? 1 : 0;
+    break;
+  case ValueKind::Byte:
+    value.byVal = static_cast<std::uint8_t>(number);
+    break;
+  case ValueKind::Word:
+    value.wVal = static_cast<std::uint16_t>(number);
+    break;
+  case ValueKind::DWord:
+    value.dwVal = static_cast<std::uint32_t>(number);
+    break;
+  case ValueKind::Long:
+    value.lVal = static_cast<std::int32_t>(static_cast<std::uint32_t>(number));
+    break;
+  case ValueKind::Short:
+    value.lVal = static_cast<std::int16_t>(static_cast<std::uint16_t>(number));
+    break;
+  case ValueKind::Double:
+    value.dblVal = DoubleFromBits(number);
+    break;
+  default:
+    break;
+  }
+}
+
+bool WriteText(const std::string& bytes, unsigned char* buffer, unsigned int& size) {
+  if (bytes.size() > size || (!bytes.empty() && buffer == nullptr)) {
     return false;
   }
-  return false;
+  if (!bytes.empty()) {
+    std::memcpy(buffer, bytes.data(), bytes.size());
+  }
+  size = static_cast<unsigned int>(bytes.size());
+  return true;
 }
 
 } // namespace
 
 bool VelValueToByteArray(const VELVALUE& value, unsigned char* buffer, unsigned int& size) {
   const ValueTypeInfo* info = FindValueType(value.ivt);
-  FixedForm form{0, 0};
-  if (info == nullptr || !FixedFormOf(value, info->kind, form)) {
+  if (info == nullptr) {
     return false;
   }
-  if (form.size == 0) { // the bytes of the text
-    const std::string& bytes = value.strVal;
-    if (bytes.size() > size || (info->kind == ValueKind::Block40 && bytes.size() != kData40Size) ||
-        (!bytes.empty() && buffer == nullptr)) {
-      return false;
+  const ValueKind kind = info->kind;
+  switch (kind) {
+  case ValueKind::NoValue:
+  case ValueKind::Time:
+    return false;
+  case ValueKind::Text:
+  case ValueKind::Bytes:
+    return WriteText(value.strVal, buffer, size);
+  case ValueKind::Block40:
+    return value.strVal.size() == kData40Size && WriteText(value.strVal, buffer, size);
+  case ValueKind::Short:
+    if (value.lVal < -32768 || value.lVal > 32767) {
+      return false; // does not fit its two bytes
     }
-    if (!bytes.empty()) {
-      std::memcpy(buffer, bytes.data(), bytes.size());
-    }
-    size = static_cast<unsigned int>(bytes.size());
-    return true;
+    break;
+  default:
+    break;
   }
-  if (form.size > size || buffer == nullptr) {
+  const unsigned int layoutSize = NumberSize(kind);
+  if (layoutSize > size || buffer == nullptr) {
     return false;
   }
-  StoreBigEndian(form.number, form.size, buffer);
-  size = form.size;
+  StoreBigEndian(NumberOf(value, kind), layoutSize, buffer);
+  size = layoutSize;
   return true;
 }
 
@@ -182,14 +158,35 @@ bool ByteArrayToVelValue(const unsigned char* data, unsigned int size, VELVALUE&
   if (info == nullptr || (data == nullptr && size != 0)) {
     return false;
   }
+  const ValueKind kind = info->kind;
   if (shortForm) {
     // A 1-bit group value: the bit is the low bit of its one byte, the other
     // bits belong to the telegram. Only the one-byte types can take it.
-    if (size != 1 || (info->kind != ValueKind::Bool && info->kind != ValueKind::Byte)) {
+    if (size != 1 || (kind != ValueKind::Bool && kind != ValueKind::Byte)) {
       return false;
     }
     value.byVal = data[0] & 0x01;
     return true;
   }
-  return ReadFixedForm(data, size, info->kind, value);
+  switch (kind) {
+  case ValueKind::NoValue:
+  case ValueKind::Time:
+    return false;
+  case ValueKind::Block40:
+    if (size != kData40Size) {
+      return false;
+    }
+    [[fallthrough]];
+  case ValueKind::Text:
+  case ValueKind::Bytes:
+    value.strVal.assign(reinterpret_cast<const char*>(data), size);
+    return true;
+  default:
+    break;
+  }
+  if (size != NumberSize(kind)) {
+    return false;
+  }
+  SetNumber(value, kind, LoadBigEndian(data, size));
+  return true;
 }
