@@ -6,37 +6,26 @@
 
 namespace {
 
-using Avo::KnxStyleString;
 using Avo::UTF8String;
 
 TEST(Text, Utf8ValidationRefusesMalformedSequences) {
   const struct {
-    const char* name;
     std::string text;
     bool valid;
   } cases[] = {
-      {"empty", "", true},
-      {"ASCII with NUL", std::string("a\0b", 3), true},
-      {"two bytes", "\xC3\xA9", true},
-      {"three bytes", "\xE2\x82\xAC", true},
-      {"four bytes", "\xF0\x9F\x98\x80", true},
-      {"largest code point", "\xF4\x8F\xBF\xBF", true},
-      {"cut off at the end", "ab\xC3", false},
-      {"lone continuation byte", "a\x80z", false},
-      {"overlong slash", "\xC0\xAF", false},
-      {"overlong three bytes", "\xE0\x80\xAF", false},
-      {"surrogate", "\xED\xA0\x80", false},
-      {"above U+10FFFF", "\xF4\x90\x80\x80", false},
-      {"byte FF", "\xFF", false},
-      {"Latin-1 e acute", "caf\xE9", false},
+      {"", true},       {std::string("a\0b", 3), true}, {"\xE2\x82\xAC", true},
+      {"\xF4\x8F\xBF\xBF", true},                       // U+10FFFF
+      {"ab\xC3", false},                                // cut off at the end
+      {"a\x80z", false},                                // lone continuation byte
+      {"\xC0\xAF", false},    {"\xE0\x80\xAF", false},  // overlong
+      {"\xED\xA0\x80", false},                          // surrogate
+      {"\xF4\x90\x80\x80", false},                      // above U+10FFFF
+      {"caf\xE9", false},                               // Latin-1
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(UTF8String::IsValid(c.text), c.valid) << c.name;
+    EXPECT_EQ(UTF8String::IsValid(c.text), c.valid) << c.text;
     const auto created = UTF8String::Create(c.text);
-    ASSERT_EQ(created.has_value(), c.valid) << c.name;
-    if (created) {
-      EXPECT_EQ(created->Str(), c.text) << c.name;
-    }
+    EXPECT_EQ(created ? created->Str() : "<none>", c.valid ? c.text : "<none>");
   }
 }
 
@@ -45,18 +34,14 @@ TEST(Text, Latin1FromUtf8ReplacesEachNonLatin1CharacterByOneQuestionMark) {
     std::string utf8;
     std::string latin1;
   } cases[] = {
-      {"", ""},
       {"Gr\xC3\xBC\xC3\x9F" "e", "Gr\xFC\xDF" "e"},
-      {"\xC3\xBF", "\xFF"},                      // U+00FF, the last Latin-1 character
-      {"\xC4\x80", "?"},                         // U+0100, the first beyond
-      {"5 \xE2\x82\xAC", "5 ?"},                 // euro sign
-      {"a\xF0\x9F\x98\x80z", "a?z"},             // four-byte character
+      {"\xC3\xBF\xC4\x80", "\xFF?"},            // U+00FF is the last Latin-1 character
+      {"5 \xE2\x82\xAC", "5 ?"},                // euro sign
+      {"a\xF0\x9F\x98\x80z", "a?z"},            // four-byte character
       {std::string("x\0y", 3), std::string("x\0y", 3)},
   };
   for (const auto& c : cases) {
-    const auto text = UTF8String::Create(c.utf8);
-    ASSERT_TRUE(text) << c.utf8;
-    EXPECT_EQ(Avo::getLatin1FromUTF8Lossy(*text), KnxStyleString(c.latin1)) << c.utf8;
+    EXPECT_EQ(Avo::getLatin1FromUTF8Lossy(*UTF8String::Create(c.utf8)).Str(), c.latin1) << c.utf8;
   }
 }
 
@@ -67,9 +52,8 @@ TEST(Text, EveryLatin1ByteBecomesValidUtf8AndComesBack) {
   }
   const auto utf8 = UTF8String::Create(Avo::getUTF8FromLatin1(latin1));
   ASSERT_TRUE(utf8);
-  EXPECT_EQ(utf8->Str().size(), 128u + 2 * 128u);
+  EXPECT_EQ(utf8->Str().substr(0xE9 + (0xE9 - 0x80), 2), "\xC3\xA9");
   EXPECT_EQ(Avo::getLatin1FromUTF8Lossy(*utf8).Str(), latin1);
-  EXPECT_EQ(Avo::getUTF8FromLatin1("caf\xE9"), "caf\xC3\xA9");
 }
 
 } // namespace
