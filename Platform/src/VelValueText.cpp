@@ -34,7 +34,7 @@ void AppendEscapedByte(std::string& out, unsigned char byte) {
 
 // Printable ASCII and valid UTF-8 sequences stay as they are, so that text
 // reads as text; every other byte is escaped, so any byte string survives.
-void AppendAsciiRun(std::string& out, std::string_view run) {
+void AppendValidRun(std::string& out, std::string_view run) {
   for (const char c : run) {
     const auto byte = static_cast<unsigned char>(c);
     switch (c) {
@@ -68,7 +68,7 @@ void AppendQuoted(std::string& out, const std::string& text) {
   auto position = text.begin();
   while (position != text.end()) {
     const auto invalid = utf8::find_invalid(position, text.end());
-    AppendAsciiRun(out, std::string_view(&*position, static_cast<std::size_t>(invalid - position)));
+    AppendValidRun(out, std::string_view(&*position, static_cast<std::size_t>(invalid - position)));
     if (invalid == text.end()) {
       break;
     }
