@@ -91,17 +91,6 @@ const ValueTypeInfo* FindValueType(VelValueType type) noexcept {
   return nullptr;
 }
 
-std::uint8_t InitialStatus(VelValueType type) noexcept {
-  switch (type) {
-  case ivtNone:
-    return 1;
-  case ivtEmpty:
-    return 0;
-  default:
-    return 2;
-  }
-}
-
 } // namespace VelValueInternal
 
 using VelValueInternal::FindValueType;
@@ -118,10 +107,15 @@ std::string VelDP::GetNameFromValueSubType(VelValueSubType subType) {
   return "Subtype" + std::to_string(static_cast<std::int32_t>(subType));
 }
 
-VELVALUE::VELVALUE() : VELVALUE(ivtEmpty) {}
+// Both constructors spell out what Clear(true) does (tmVal() zeroes every
+// field) rather than call through the library's symbol table: records are
+// built on every conversion.
+VELVALUE::VELVALUE() : ivt(ivtEmpty), tmVal(), strVal(), status(InitialStatus(ivtEmpty)) {
+  tmVal.isLocalTime = true;
+}
 
 VELVALUE::VELVALUE(VelValueType type) : ivt(type), tmVal(), strVal(), status(InitialStatus(type)) {
-  tmVal.Clear(true);
+  tmVal.isLocalTime = true;
 }
 
 bool VELVALUE::operator==(const VELVALUE& other) const {

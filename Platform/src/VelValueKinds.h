@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <string>
 
-namespace VelValueInternal {
+// Internal to the library: not exported, so calls between its files stay
+// direct.
+namespace [[gnu::visibility("hidden")]] VelValueInternal {
 
 /// Which member of a VELVALUE holds the value of a type, and how.
 enum class ValueKind {
@@ -37,7 +39,9 @@ struct ValueTypeInfo {
 const ValueTypeInfo* FindValueType(VelValueType type) noexcept;
 
 /// The status that a record of the type gets at construction.
-std::uint8_t InitialStatus(VelValueType type) noexcept;
+constexpr std::uint8_t InitialStatus(VelValueType type) noexcept {
+  return type == ivtNone ? 1 : type == ivtEmpty ? 0 : 2;
+}
 
 /// Appends the value of a record of the given kind in the text form's body
 /// notation (docs/value-text-form.md); nothing for ValueKind::NoValue.
