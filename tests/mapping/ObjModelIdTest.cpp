@@ -85,13 +85,13 @@ TEST(ObjModelId, AppControlObjectsAreToldApartPerDevice) {
                                   K::GetAppHostAppControlAliveObjModelId(ld),
                                   K::GetAppHostAppControlAppDebugObjModelId(ld)};
     for (unsigned object = 0; object < 4; ++object) {
-      ExpectInBlock(objects[object], ld);
-      EXPECT_EQ(objects[object], K::GetAppHostAppControlChannelObjModelId(ld) + 1 + object);
+      EXPECT_EQ(objects[object], 100000u * ld + 21 + object);
       for (unsigned check = 0; check < 4; ++check) {
         EXPECT_EQ(checks[check](objects[object], ld), check == object) << objects[object];
         EXPECT_FALSE(checks[check](objects[object], 3 - ld)) << objects[object];
       }
     }
+    EXPECT_EQ(K::GetAppHostAppControlChannelObjModelId(ld), 100000u * ld + 20);
   }
 }
 
@@ -101,6 +101,7 @@ TEST(ObjModelId, KnownIdentifiersAndKeptQuirks) {
   EXPECT_EQ(K::GetLastObjModelId(2), 299999u);
   EXPECT_TRUE(K::GetCoValueObjModelId(1, 1) == ObjModelId{100101});
   EXPECT_TRUE(K::GetCoChannelObjModelId(4095, 2) == ObjModelId{208288});
+  EXPECT_FALSE(K::IsCoChannel(108290) || K::IsCoValue(108291)); // past CO 4095
   EXPECT_TRUE(K::GetParameterChannelObjModelId(1, 1, ParameterType::Number) == ObjModelId{170002});
   EXPECT_TRUE(K::GetTextParameterValueObjModelId(500, 1) == ObjModelId{181001});
   EXPECT_TRUE(K::GetParameterNumberFromObjModelId(181000, 1) == std::uint8_t{244}); // 500 in 8 bits
