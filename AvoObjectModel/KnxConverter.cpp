@@ -26,8 +26,7 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const VELVALUE& value,
 
   if (IsRawByteArray(value.ivt)) {
     if (!VelValueToByteArray(value, buffer, byteCount)) {
-      AVO_LOG_ERROR("VelValueToByteArray failed. DPT=" << dpt.mainNumber << "."
-                                                       << dpt.subNumber);
+      AVO_LOG_ERROR("VelValueToByteArray failed. DPT=" << dpt.mainNumber << "." << dpt.subNumber);
       return false;
     }
     // Kept as it is: of a raw array only the first byte goes to the bus.

@@ -34,8 +34,8 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const VELVALUE& value
     character = detail::TakeOneByteCharacter(value.strVal, position);
   }
   if (dpt.subNumber == 1 && character > 0x7F) {
-    AVO_LOG_ERROR("Value out of raw range [0..127] for DPT 4.001: "
-                  << static_cast<unsigned>(character));
+    AVO_LOG_ERROR(
+        "Value out of raw range [0..127] for DPT 4.001: " << static_cast<unsigned>(character));
     return false;
   }
   group.SetAsChar(static_cast<char>(character));
@@ -51,8 +51,8 @@ bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
   }
   const unsigned char character = group.GetAsUnsigned8();
   if (dpt.subNumber == 1 && character > 0x7F) {
-    AVO_LOG_ERROR("Value out of raw range [0..127] for DPT 4.001: "
-                  << static_cast<unsigned>(character));
+    AVO_LOG_ERROR(
+        "Value out of raw range [0..127] for DPT 4.001: " << static_cast<unsigned>(character));
     return false;
   }
   value.strVal.clear();
@@ -74,8 +74,8 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const VELVALUE&
     return false;
   }
   if (dpt.mainNumber == 5 && dpt.subNumber == 6 && !IsWithin(value.byVal, m_range)) {
-    AVO_LOG_ERROR("Value out of raw range [0..254] for DPT 5.006: "
-                  << static_cast<unsigned>(value.byVal));
+    AVO_LOG_ERROR(
+        "Value out of raw range [0..254] for DPT 5.006: " << static_cast<unsigned>(value.byVal));
     return false;
   }
   group.SetAsUnsigned8(value.byVal);
@@ -138,9 +138,8 @@ bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const VELVALUE& value
   group.SetAsUnsigned8(value.byVal);
   const unsigned mode = group.GetAsUnsigned3();
   if (!IsOneHotMode(mode)) {
-    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber
-                                               << ", f=" << mode
-                                               << " is out of the allowed range.");
+    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber << ", f="
+                                               << mode << " is out of the allowed range.");
     return false;
   }
   return true;
@@ -155,9 +154,8 @@ bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
   }
   const unsigned mode = static_cast<unsigned>(group.GetAsSigned8()) & 0x07U;
   if (!IsOneHotMode(mode)) {
-    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber
-                                               << ", f=" << mode
-                                               << " is out of the allowed range.");
+    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber << ", f="
+                                               << mode << " is out of the allowed range.");
     return false;
   }
   value.ivt = ivtByte;

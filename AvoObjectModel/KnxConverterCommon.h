@@ -14,14 +14,14 @@
 // "DPT is used." lines. Macros rather than functions so that the line carries
 // the name of the converting function, and so that nothing is formatted while
 // DEBUG is off.
-#define AVO_LOG_DPT_USED_TO_KNX(dpt, value)                                                 \
-  AVO_LOG_DEBUG("DPT is used. DPT = " << (dpt).mainNumber << "." << (dpt).subNumber         \
-                                      << " ivt=" << static_cast<int>((value).ivt)           \
+#define AVO_LOG_DPT_USED_TO_KNX(dpt, value)                                                        \
+  AVO_LOG_DEBUG("DPT is used. DPT = " << (dpt).mainNumber << "." << (dpt).subNumber                \
+                                      << " ivt=" << static_cast<int>((value).ivt)                  \
                                       << " val=" << (value).ToString())
 
-#define AVO_LOG_DPT_USED_FROM_KNX(dpt, group)                                               \
-  AVO_LOG_DEBUG("DPT is used. DPT = " << (dpt).mainNumber << "." << (dpt).subNumber         \
-                                      << " grp.size=" << (group).GetDefinedSize()           \
+#define AVO_LOG_DPT_USED_FROM_KNX(dpt, group)                                                      \
+  AVO_LOG_DEBUG("DPT is used. DPT = " << (dpt).mainNumber << "." << (dpt).subNumber                \
+                                      << " grp.size=" << (group).GetDefinedSize()                  \
                                       << " grp.val=" << (group).GetRawData().ToString())
 
 namespace Avo {

@@ -228,8 +228,8 @@ bool KnxConverterDateTime::FromKnxValue(const KNXDPT& dpt, const KnxStack::Group
     value.tmVal.Clear(true);
     value.tmVal.SetDateTime(static_cast<unsigned short>(year), static_cast<unsigned char>(month),
                             static_cast<unsigned char>(day), static_cast<unsigned char>(hour),
-                            static_cast<unsigned char>(minute),
-                            static_cast<unsigned char>(second), true);
+                            static_cast<unsigned char>(minute), static_cast<unsigned char>(second),
+                            true);
     return true;
   } catch (const std::exception& error) {
     AVO_LOG_ERROR("Exception caught during conversion of date and time: " << error.what());

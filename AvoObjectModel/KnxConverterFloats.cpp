@@ -5,9 +5,9 @@
 #include "AvoObjectModel/KnxConverter.h"
 #include "AvoObjectModel/KnxConverterCommon.h"
 
-#include <cmath>   // std::isnan
+#include <cmath> // std::isnan
 #include <cstdint>
-#include <limits>  // std::numeric_limits
+#include <limits> // std::numeric_limits
 
 namespace Avo {
 namespace {
@@ -39,9 +39,8 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const VELVALUE& 
   }
   const double number = value.dblVal;
   if (!IsWithin(number, m_range)) {
-    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber
-                                               << ", f=" << number
-                                               << " is out of the allowed range.");
+    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber << ", f="
+                                               << number << " is out of the allowed range.");
     return false;
   }
   group.SetAsFloat16(number);
@@ -51,8 +50,7 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const VELVALUE& 
 // The main number is not examined. A decoded number is stored before the
 // range test, so a refused one is still in the record; the value type is
 // left as the caller set it.
-bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
-                                               const KnxStack::GroupValue& group,
+bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                VELVALUE& value) const {
   AVO_LOG_DPT_USED_FROM_KNX(dpt, group);
   if (group.GetAsUnsigned16() == kFloat16InvalidCode) {
@@ -62,9 +60,8 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt,
   const double number = group.GetAsFloat16();
   value.dblVal = number;
   if (!IsWithin(number, m_range)) {
-    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber
-                                               << ", f=" << number
-                                               << " is out of the allowed range.");
+    AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber << ", f="
+                                               << number << " is out of the allowed range.");
     return false;
   }
   return true;
@@ -86,8 +83,7 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const VELVALUE& 
   return true;
 }
 
-bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt,
-                                               const KnxStack::GroupValue& group,
+bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                VELVALUE& value) const {
   AVO_LOG_DPT_USED_FROM_KNX(dpt, group);
   if (dpt.mainNumber != 14) {

@@ -17,7 +17,8 @@ bool IsWithin(Number number, const Range& range) {
 }
 
 // Rounds half away from zero and truncates toward zero. Results beyond the
-// 32-bit range (only a range with an empty pair can produce them) saturate.
+// 32-bit range (only a range with an empty external pair can produce them)
+// saturate.
 std::int32_t RoundToInt32(double number) {
   const double rounded = number > 0.0 ? number + 0.5 : number < 0.0 ? number - 0.5 : number;
   if (!(rounded < 2147483648.0)) {
@@ -27,6 +28,24 @@ std::int32_t RoundToInt32(double number) {
     return INT32_MIN;
   }
   return static_cast<std::int32_t>(rounded);
+}
+
+// The range's linear mapping of a value onto the bus side. Where the scale
+// factor is the quotient of the widths, the offset is multiplied by the
+// external width before dividing, so that exact results stay exact (50 of
+// 0..100 onto 0..255 gives 127.5, which rounds to 128, where the rounded
+// factor 2.55 would give 127.49999999999999). A range that kept its default
+// factor because of an empty pair maps with that factor.
+double ScaleToExternal(std::int32_t number, const IntegerRange& range) {
+  const double offset = static_cast<double>(number) - range.GetInternalMinimum();
+  const double internalWidth =
+      static_cast<double>(range.GetInternalMaximum()) - range.GetInternalMinimum();
+  const double externalWidth =
+      static_cast<double>(range.GetExternalMaximum()) - range.GetExternalMinimum();
+  const double scaled = externalWidth / internalWidth == range.GetScaleFactor()
+                            ? offset * externalWidth / internalWidth
+                            : offset * range.GetScaleFactor();
+  return scaled + range.GetExternalMinimum();
 }
 
 } // namespace
@@ -175,10 +194,7 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const VELVALU
                                                << " is out of range: " << number << "!");
     return false;
   }
-  const double scaled = (static_cast<double>(number) - m_range.GetInternalMinimum()) *
-                            m_range.GetScaleFactor() +
-                        m_range.GetExternalMinimum();
-  group.SetAsSigned32(RoundToInt32(scaled));
+  group.SetAsSigned32(RoundToInt32(ScaleToExternal(number, m_range)));
   return true;
 }
 

@@ -20,8 +20,7 @@ namespace {
 double SignedWidth(std::int64_t minimum, std::int64_t maximum) {
   const auto low = static_cast<std::uint64_t>(minimum);
   const auto high = static_cast<std::uint64_t>(maximum);
-  return maximum >= minimum ? static_cast<double>(high - low)
-                            : -static_cast<double>(low - high);
+  return maximum >= minimum ? static_cast<double>(high - low) : -static_cast<double>(low - high);
 }
 
 template <class Range>
@@ -69,9 +68,8 @@ void IntegerRange::CalculateScaleFactor() {
 std::string IntegerRange::ToString() const { return RangeText(*this); }
 
 std::ostream& operator<<(std::ostream& os, const IntegerRange& range) {
-  return os << "IntegerRange(" << range.GetInternalMinimum() << ", "
-            << range.GetInternalMaximum() << ", " << range.GetExternalMinimum() << ", "
-            << range.GetExternalMaximum() << ")";
+  return os << "IntegerRange(" << range.GetInternalMinimum() << ", " << range.GetInternalMaximum()
+            << ", " << range.GetExternalMinimum() << ", " << range.GetExternalMaximum() << ")";
 }
 
 // --- LongIntegerRange ------------------------------------------------------
@@ -111,9 +109,8 @@ std::string LongIntegerRange::ToString() const { return RangeText(*this); }
 
 // Same prefix as IntegerRange: log readers search for it.
 std::ostream& operator<<(std::ostream& os, const LongIntegerRange& range) {
-  return os << "IntegerRange(" << range.GetInternalMinimum() << ", "
-            << range.GetInternalMaximum() << ", " << range.GetExternalMinimum() << ", "
-            << range.GetExternalMaximum() << ")";
+  return os << "IntegerRange(" << range.GetInternalMinimum() << ", " << range.GetInternalMaximum()
+            << ", " << range.GetExternalMinimum() << ", " << range.GetExternalMaximum() << ")";
 }
 
 // --- FloatIntegerRange -----------------------------------------------------
@@ -155,9 +152,8 @@ void FloatIntegerRange::CalculateScaleFactor() {
 std::string FloatIntegerRange::ToString() const { return RangeText(*this); }
 
 std::ostream& operator<<(std::ostream& os, const FloatIntegerRange& range) {
-  return os << "FloatIntegerRange(" << range.GetDoubleMinimum() << ", "
-            << range.GetDoubleMaximum() << ", " << range.GetIntegerMinimum() << ", "
-            << range.GetIntegerMaximum() << ")";
+  return os << "FloatIntegerRange(" << range.GetDoubleMinimum() << ", " << range.GetDoubleMaximum()
+            << ", " << range.GetIntegerMinimum() << ", " << range.GetIntegerMaximum() << ")";
 }
 
 // --- FloatRange ------------------------------------------------------------
@@ -201,8 +197,8 @@ void FloatRange::CalculateScaleFactor() {
 std::string FloatRange::ToString() const { return RangeText(*this); }
 
 std::ostream& operator<<(std::ostream& os, const FloatRange& range) {
-  return os << "FloatRange(" << range.GetDoubleMinimum() << ", " << range.GetDoubleMaximum()
-            << ", " << range.GetExternalMinimum() << ", " << range.GetExternalMaximum() << ")";
+  return os << "FloatRange(" << range.GetDoubleMinimum() << ", " << range.GetDoubleMaximum() << ", "
+            << range.GetExternalMinimum() << ", " << range.GetExternalMaximum() << ")";
 }
 
 } // namespace Avo

@@ -57,8 +57,8 @@ bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gr
   const unsigned char scene = group.GetAsUnsigned8();
   value.byVal = scene;
   if (!IsWithin(scene, m_range)) {
-    AVO_LOG_ERROR("Scene number is out of range (>63) for SceneNumber: "
-                  << static_cast<unsigned>(scene));
+    AVO_LOG_ERROR(
+        "Scene number is out of range (>63) for SceneNumber: " << static_cast<unsigned>(scene));
     return false;
   }
   value.ivt = ivtByte;
@@ -76,8 +76,7 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const VELVALUE& val
     return false;
   }
   if ((value.byVal & kSceneControlReservedBit) != 0) {
-    AVO_LOG_ERROR("Scene number is out of range (>63) for SceneControl: "
-                  << (value.byVal & 0x7FU));
+    AVO_LOG_ERROR("Scene number is out of range (>63) for SceneControl: " << (value.byVal & 0x7FU));
     return false;
   }
   group.SetAsUnsigned8(value.byVal);
