@@ -6,14 +6,15 @@
 #include "AvoObjectModel/KnxConverterCommon.h"
 
 #include <cmath> // std::isnan
-#include <cstdint>
 #include <limits> // std::numeric_limits
 
 namespace Avo {
 namespace {
 
-// The 2-byte float's "invalid data" code, and the value that writes it.
-constexpr std::uint16_t kFloat16InvalidCode = 0x7FFF;
+// The 2-byte float's "invalid data" code 0x7FFF is written from, and read
+// as, this value. No other code decodes to it (it is not 0.01 * M * 2^E for
+// any 12-bit mantissa M), so comparing the decoded number tells the code
+// apart without reading the group value twice.
 constexpr double kFloat16InvalidValue = 32767.0;
 
 // Both ends inclusive; a NaN is never within.
@@ -53,11 +54,11 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const VELVALUE& 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                                                VELVALUE& value) const {
   AVO_LOG_DPT_USED_FROM_KNX(dpt, group);
-  if (group.GetAsUnsigned16() == kFloat16InvalidCode) {
+  const double number = group.GetAsFloat16();
+  if (number == kFloat16InvalidValue) {
     value.ivt = ivtNone;
     return true;
   }
-  const double number = group.GetAsFloat16();
   value.dblVal = number;
   if (!IsWithin(number, m_range)) {
     AVO_LOG_ERROR("The internal value of DPT=" << dpt.mainNumber << "." << dpt.subNumber << ", f="
