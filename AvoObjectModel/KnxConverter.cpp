@@ -36,7 +36,7 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const VELVALUE& value,
 
   if (value.ivt == ivtBool) {
     // A boolean on any other DPT is accepted and the group value left as it
-    // was: callers send switch states to mixed objects and expect no error.
+    // was: a deliberate leniency, kept as it is.
     if (dpt.mainNumber == 1) {
       group.SetAsBoolean(value.byVal != 0);
     } else if (dpt.mainNumber == 2) {
