@@ -194,6 +194,11 @@ TEST(AppHostConfig, ObjIdReadsLikeThe32BitStringToUnsignedLong) {
       {"-4294967295", "1"},
       {"0004294967295", "4294967295"},
       {"-0", "0"},
+      {"123456789a", "123456789"},
+      {"1234567a9", "1234567"},
+      {"00000000000000000000004294967295", "4294967295"},
+      {"00000000000000000000004294967296", "out_of_range stoul"},
+      {"18446744073709551617", "out_of_range stoul"}, // wraps a 64-bit sum to 1
       {"4294967296", "out_of_range stoul"},
       {"-4294967296", "out_of_range stoul"},
       {"99999999999999999999999", "out_of_range stoul"},
