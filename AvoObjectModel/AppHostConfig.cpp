@@ -22,11 +22,11 @@ using Element = rapidxml::xml_node<char>;
 // ---------------------------------------------------------------------------
 // Nesting check. The parser descends recursively, one stack frame set per
 // element level, so a file of a few hundred kilobytes of nested start tags
-// would overflow the stack. Before parsing, the text is walked with the
-// parser's own tokenisation (default flags) to find how deep its elements
-// nest; only the structure matters here, so nothing is allocated or changed.
-// Where the parser would fail anyway the walk stops and leaves the error to
-// the parser.
+// would overflow the stack. Before parsing, a quick count bounds the depth;
+// only when the bound exceeds the limit is the text walked with the parser's
+// own tokenisation (default flags) to find how deep its elements nest. The
+// walk allocates and changes nothing; where the parser would fail anyway it
+// stops and leaves the error to the parser.
 // ---------------------------------------------------------------------------
 
 // Character classes of the parser's tokens, one bit each, looked up per byte.
@@ -223,7 +223,7 @@ void CheckElementNesting(char* text, unsigned limit) {
 }
 
 // ---------------------------------------------------------------------------
-// Attribute values.
+// Names, attribute values and object identifiers.
 // ---------------------------------------------------------------------------
 
 // Inlined with a literal name, the comparison becomes a few word compares.
@@ -268,14 +268,15 @@ bool ReadEightDigits(const char* p, std::uint64_t& value) {
   std::uint64_t chunk = 0;
   std::memcpy(&chunk, p, sizeof chunk); // first character in the lowest byte
   // Every byte is 0x30..0x39: high nibble 3, and adding 6 keeps it 3.
-  const std::uint64_t digitTest = (chunk & highNibbles) | (((chunk + 0x0606060606060606u) & highNibbles) >> 4);
+  const std::uint64_t digitTest =
+      (chunk & highNibbles) | (((chunk + 0x0606060606060606u) & highNibbles) >> 4);
   if (digitTest != 0x3333333333333333u) {
     return false;
   }
   chunk -= 0x3030303030303030u;
-  chunk = (chunk * 10 + (chunk >> 8)) & 0x00FF00FF00FF00FFu;       // 4 two-digit numbers
-  chunk = (chunk * 100 + (chunk >> 16)) & 0x0000FFFF0000FFFFu;     // 2 four-digit numbers
-  value = (chunk * 10000 + (chunk >> 32)) & 0xFFFFFFFFu;           // 1 eight-digit number
+  chunk = (chunk * 10 + (chunk >> 8)) & 0x00FF00FF00FF00FFu;   // four two-digit numbers
+  chunk = (chunk * 100 + (chunk >> 16)) & 0x0000FFFF0000FFFFu; // two four-digit numbers
+  value = (chunk * 10000 + (chunk >> 32)) & 0xFFFFFFFFu;       // one eight-digit number
   return true;
 #else
   static_cast<void>(p);
@@ -316,7 +317,7 @@ unsigned long ToObjectId(std::string_view text) {
   // a number in range after leading zeros.
   if (p - digits > 19) {
     const char* significant = digits;
-    while (*significant == '0') {
+    while (significant != p && *significant == '0') {
       ++significant;
     }
     if (p - significant > 10) {

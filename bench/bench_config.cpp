@@ -8,6 +8,7 @@
 #include <malloc.h> // mallopt
 #include <rapidxml/rapidxml.hpp>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,10 +19,11 @@ constexpr int kDataPoints = 50000;
 
 const std::string& LargeConfiguration() {
   static const std::string text = [] {
-    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                      "<AvoAppHostConfig WithoutKNX=\"0\" TerminateOnFirmwareUpdate=\"1\">\n"
-                      "  <ObjectModelConfig Path=\"/opt/userdata/devicestack/avoOM/config.json\"/>\n"
-                      "  <KelConfig>\n    <ResponseDps>\n";
+    std::string xml =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<AvoAppHostConfig WithoutKNX=\"0\" TerminateOnFirmwareUpdate=\"1\">\n"
+        "  <ObjectModelConfig Path=\"/opt/userdata/devicestack/avoOM/config.json\"/>\n"
+        "  <KelConfig>\n    <ResponseDps>\n";
     for (int i = 0; i < kDataPoints; ++i) {
       xml += "      <Dp ObjId=\"" + std::to_string(1342177280u + 16u * i) + "\"/>\n";
     }
@@ -35,7 +37,8 @@ const std::string& LargeConfiguration() {
 
 void CountWork(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kDataPoints);
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(LargeConfiguration().size()));
+  const auto bytes = static_cast<std::int64_t>(LargeConfiguration().size());
+  state.SetBytesProcessed(state.iterations() * bytes);
 }
 
 void BM_LoadAppHostConfigXML(benchmark::State& state) {
