@@ -1,7 +1,5 @@
 #include "AvoObjectModel/KnxKelMapping.h"
 
-#include "Avo/VelValueHelper.h"
-
 #include "LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -64,15 +62,6 @@ TEST(MainTypeTable, EveryMainNumberHasItsValueTypeAndDefault) {
   EXPECT_EQ(K::GetIstFromMainType(6), VelDP::GetNameFromValueSubType(VelDP::vstSigned8Bit));
   EXPECT_EQ(K::GetIstFromMainType(8), VelDP::GetNameFromValueSubType(VelDP::vstSigned16Bit));
   EXPECT_EQ(K::GetIstFromMainType(9), VelDP::GetNameFromValueSubType(VelDP::vstNone));
-}
-
-TEST(MainTypeTable, StatusWithModeDefaultsToModeZero) {
-  VELVALUE status;
-  VELVALUE counter;
-  ASSERT_TRUE(status.Deserialize(K::GetDefaultValueFromDpt(0x00060014, true)));
-  ASSERT_TRUE(counter.Deserialize(K::GetDefaultValueFromDpt(0x0006000A, true)));
-  EXPECT_EQ(status, Avo::MakeByteVelValue(1));
-  EXPECT_EQ(counter, Avo::MakeByteVelValue(0));
 }
 
 TEST(MainTypeTable, EmptyMakerOnlyMakesEmptyRecordsAndSharedNamesStand) {
