@@ -141,6 +141,7 @@ constexpr CatalogueRow kCatalogue[] = {
 
 constexpr std::size_t kCatalogueSize = sizeof(kCatalogue) / sizeof(kCatalogue[0]);
 static_assert(kCatalogueSize == 53, "the catalogue has 53 rows");
+static_assert(kCatalogueSize <= DptValueMap::kInlineRows, "a map holds the catalogue inline");
 
 IntegerRange MakeIntegerRange(const Bounds& b) {
   return IntegerRange(static_cast<std::int32_t>(b.internalMinimum),
@@ -231,7 +232,6 @@ std::ostream& operator<<(std::ostream& os, const RowName& name) {
 
 bool KnxValueConverter::FillDptValueMap() {
   m_dptValueMap.Clear();
-  m_dptValueMap.Reserve(kCatalogueSize);
   const Prototypes& prototypes = GetPrototypes();
   for (std::size_t i = 0; i < kCatalogueSize; ++i) {
     const CatalogueRow& row = kCatalogue[i];

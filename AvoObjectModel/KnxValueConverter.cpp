@@ -13,11 +13,6 @@ namespace Avo {
 // DptValueEntry
 // ---------------------------------------------------------------------------
 
-DptValueEntry::DptValueEntry(const KNXDPT& dpt, VelValueType valueType,
-                             VelDP::VelValueSubType valueSubType, const KnxConverter* converter)
-    : m_dpt(dpt), m_valueType(valueType), m_valueSubType(valueSubType),
-      m_converter(converter != nullptr ? converter->Clone() : nullptr) {}
-
 DptValueEntry::DptValueEntry(const DptValueEntry& other)
     : DptValueEntry(other.m_dpt, other.m_valueType, other.m_valueSubType,
                     other.m_converter.get()) {}
@@ -32,30 +27,10 @@ DptValueEntry& DptValueEntry::operator=(const DptValueEntry& other) {
 // DptValueMap
 // ---------------------------------------------------------------------------
 
-namespace {
-
-/// The map's ordering key: main number, then sub number.
-constexpr std::uint32_t Key(std::uint16_t mainNumber, std::uint16_t subNumber) {
-  return (static_cast<std::uint32_t>(mainNumber) << 16) | subNumber;
-}
-
-std::uint32_t KeyOf(const DptValueEntry& entry) {
-  return Key(entry.GetDpt().mainNumber, entry.GetDpt().subNumber);
-}
-
-bool KeyBelow(const DptValueEntry& entry, std::uint32_t key) { return KeyOf(entry) < key; }
-
-} // namespace
-
-bool DptValueMap::Add(DptValueEntry&& entry) {
-  const std::uint32_t key = KeyOf(entry);
-  // The catalogue registers nearly every row in key order: append directly.
-  if (m_entries.empty() || KeyOf(m_entries.back()) < key) {
-    m_entries.push_back(std::move(entry));
-    return true;
-  }
-  const auto position = std::lower_bound(m_entries.begin(), m_entries.end(), key, KeyBelow);
-  if (position != m_entries.end() && KeyOf(*position) == key) {
+bool DptValueMap::Insert(DptValueEntry&& entry) {
+  const std::uint32_t key = KeyOf(entry.GetDpt());
+  const auto position = std::lower_bound(m_entries.begin(), m_entries.end(), key, RowBelow());
+  if (position != m_entries.end() && KeyOf(position->GetDpt()) == key) {
     // Kept: callers rely on the first registration of a DPT winning, and on a
     // repeated registration not being an error.
     return true;
@@ -65,27 +40,23 @@ bool DptValueMap::Add(DptValueEntry&& entry) {
 }
 
 const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const {
-  const std::uint16_t mainNumber = dpt.mainNumber;
-  const std::uint16_t subNumber = dpt.subNumber;
-  const auto end = m_entries.end();
-  // The first row of the main number has its smallest sub number: the main.x
-  // row when there is one.
-  const auto first = std::lower_bound(m_entries.begin(), end, Key(mainNumber, 0), KeyBelow);
-  if (first == end || first->GetDpt().mainNumber != mainNumber) {
-    AVO_LOG_ERROR("No Entry found for DPT = " << mainNumber << '.' << subNumber);
-    return GetEmptyEntry();
-  }
-  if (first->GetDpt().subNumber == subNumber) {
-    return *first;
-  }
-  if (subNumber == 0) {
-    AVO_LOG_ERROR("No Entry found for DPT = " << mainNumber << '.' << subNumber);
-    return GetEmptyEntry();
-  }
-  const std::uint32_t key = Key(mainNumber, subNumber);
-  const auto exact = std::lower_bound(first + 1, end, key, KeyBelow);
-  if (exact != end && KeyOf(*exact) == key) {
+  const DptValueEntry* const begin = m_entries.data();
+  const DptValueEntry* const end = begin + m_entries.size();
+  const std::uint32_t key = KeyOf(dpt);
+  const DptValueEntry* const exact = std::lower_bound(begin, end, key, RowBelow());
+  if (exact != end && KeyOf(exact->GetDpt()) == key) {
     return *exact;
+  }
+  // The rows of the main number sort first by sub number, so its first row
+  // is the main.x row when there is one.
+  const std::uint16_t mainNumber = dpt.mainNumber;
+  const DptValueEntry* first = std::lower_bound(begin, exact, KeyOf(KNXDPT(0, mainNumber, 0)), RowBelow());
+  if (first == exact && (exact == end || exact->GetDpt().mainNumber != mainNumber)) {
+    first = nullptr; // no row of the main number at all
+  }
+  if (first == nullptr || dpt.subNumber == 0) {
+    AVO_LOG_ERROR("No Entry found for DPT = " << mainNumber << '.' << dpt.subNumber);
+    return GetEmptyEntry();
   }
   if (first->GetDpt().subNumber == 0) {
     return *first;
@@ -95,8 +66,6 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const {
 }
 
 void DptValueMap::Clear() { m_entries.clear(); }
-
-void DptValueMap::Reserve(std::size_t rowCount) { m_entries.reserve(rowCount); }
 
 std::size_t DptValueMap::GetMainNumberCount() const {
   std::size_t count = 0;
@@ -271,19 +240,6 @@ std::ostream& operator<<(std::ostream& os, const DptText& text) {
 
 bool KnxValueConverter::Init() { return FillDptValueMap(); }
 
-const DptValueEntry& KnxValueConverter::GetEntry(const KNXDPT& dpt) const {
-  return m_dptValueMap.GetEntry(dpt);
-}
-
-bool KnxValueConverter::AddDptValueMapEntry(std::uint16_t mainNumber, std::uint16_t subNumber,
-                                            std::uint8_t bitSize, VelValueType valueType,
-                                            VelDP::VelValueSubType valueSubType,
-                                            const KnxConverter& converter) {
-  // The row's one clone is moved into the map, not cloned again.
-  DptValueEntry entry(KNXDPT(bitSize, mainNumber, subNumber), valueType, valueSubType, &converter);
-  return m_dptValueMap.Add(std::move(entry));
-}
-
 bool KnxValueConverter::GetDefaultMappingDptForSize(KNXDPT& dpt) {
   for (const SizeDefault& row : kDefaultDptBySize) {
     if (row.bitSize == dpt.bitSize) {
@@ -403,19 +359,15 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
     val.ivt = entry.GetValueType();
 
     // Values of up to 6 bits travel in the short form, which reports a
-    // defined size of 6: such a value is rebuilt with its true size.
+    // defined size of 6: the converter gets such a value rebuilt with its true
+    // size. A short-form value on a main number of more than 6 bits is handed
+    // on empty; only the variable-size main numbers get that far.
     const unsigned int expected = GetStandardBitSize(dpt.mainNumber);
     const unsigned int actual = gv.GetDefinedSize();
-    bool mismatch = false;
+    const bool mismatch = expected <= 6 ? actual > 6 : actual != expected;
     KnxStack::GroupValue rebuilt;
-    if (expected <= 6) {
-      if (actual <= 6) {
-        rebuilt = KnxStack::GroupValue(gv.GetRawData(), expected);
-      } else {
-        mismatch = true;
-      }
-    } else {
-      mismatch = expected != actual;
+    if (actual == 6 && expected <= 6) {
+      rebuilt = KnxStack::GroupValue(gv.GetRawData(), expected);
     }
     const KnxStack::GroupValue& chosen = actual == 6 ? rebuilt : gv;
     if (mismatch && expected != kVariableBitSize) {

@@ -12,11 +12,13 @@
 #include "KnxStack/GroupValue.h"
 #include "VelValue.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <cstddef> // std::size_t
 #include <cstdint> // std::uint16_t, std::uint32_t
 #include <memory>  // std::unique_ptr
 #include <string>
-#include <vector>
+#include <utility> // std::move
 
 namespace Avo {
 
@@ -28,7 +30,15 @@ class DptValueEntry {
 public:
   /// A row holding a clone of `converter`; a null converter gives a row without one.
   DptValueEntry(const KNXDPT& dpt, VelValueType valueType, VelDP::VelValueSubType valueSubType,
-                const KnxConverter* converter);
+                const KnxConverter* converter)
+      : DptValueEntry(dpt, valueType, valueSubType,
+                      std::unique_ptr<KnxConverter>(converter != nullptr ? converter->Clone()
+                                                                         : nullptr)) {}
+  /// A row that takes over `converter`, a clone made for it alone.
+  DptValueEntry(const KNXDPT& dpt, VelValueType valueType, VelDP::VelValueSubType valueSubType,
+                std::unique_ptr<KnxConverter>&& converter) noexcept
+      : m_dpt(dpt), m_valueType(valueType), m_valueSubType(valueSubType),
+        m_converter(std::move(converter)) {}
   /// Copies DPT and types and clones the converter.
   DptValueEntry(const DptValueEntry& other);
   /// Takes the other row's converter over; the other row is left without one.
@@ -57,7 +67,12 @@ private:
 /// clones every converter.
 class DptValueMap {
 public:
-  using const_iterator = std::vector<DptValueEntry>::const_iterator;
+  /// Rows held inside the map object itself: the whole catalogue. A map is
+  /// built for every value check, so its rows must not cost an allocation
+  /// of their own; further rows go to the heap.
+  static constexpr std::size_t kInlineRows = 53;
+  using Rows = boost::container::small_vector<DptValueEntry, kInlineRows>;
+  using const_iterator = Rows::const_iterator;
 
   DptValueMap() = default;
   DptValueMap(const DptValueMap&) = default;
@@ -66,20 +81,31 @@ public:
   DptValueMap& operator=(DptValueMap&&) noexcept = default;
   virtual ~DptValueMap() = default;
 
-  /// Stores the row under its main and sub number unless a row for that pair
-  /// exists already: the first registration wins and a repeated one is
-  /// reported as success. False only when the row could not be stored.
-  bool Add(DptValueEntry&& entry);
+  /// Stores a row for `dpt` that takes over `converter`, unless a row for
+  /// the DPT's main and sub number exists already: the first registration
+  /// wins, and a repeated one is reported as success (its converter is
+  /// deleted). True once the pair has a row.
+  bool Add(const KNXDPT& dpt, VelValueType valueType, VelDP::VelValueSubType valueSubType,
+           std::unique_ptr<KnxConverter>&& converter) {
+    // Defined here to be inlined into the catalogue's filling: the catalogue
+    // registers nearly every row in key order, and appending where there is
+    // room is a few stores that cannot throw.
+    const std::size_t size = m_entries.size();
+    if (size != m_entries.capacity() &&
+        (size == 0 || KeyOf(m_entries[size - 1].GetDpt()) < KeyOf(dpt))) {
+      m_entries.emplace_back(dpt, valueType, valueSubType, std::move(converter));
+      return true;
+    }
+    return Insert(DptValueEntry(dpt, valueType, valueSubType, std::move(converter)));
+  }
 
   /// The row for the DPT: the exact (main, sub) row, else the main.x row of
   /// the main number, else the shared empty entry (value type 1) after one
   /// ERROR line. Never throws.
   const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
 
-  /// Removes every row (and so deletes every converter); keeps the storage.
+  /// Removes every row (and so deletes every converter).
   void Clear();
-  /// Prepares room for `rowCount` rows.
-  void Reserve(std::size_t rowCount);
 
   /// Number of rows.
   std::size_t GetSize() const { return m_entries.size(); }
@@ -95,7 +121,20 @@ public:
   static const DptValueEntry& GetEmptyEntry();
 
 private:
-  std::vector<DptValueEntry> m_entries; // sorted by (main, sub)
+  /// The ordering key: main number, then sub number.
+  static std::uint32_t KeyOf(const KNXDPT& dpt) {
+    return (static_cast<std::uint32_t>(dpt.mainNumber) << 16) | dpt.subNumber;
+  }
+  /// Orders rows against a key (a function object, so that searches inline it).
+  struct RowBelow {
+    bool operator()(const DptValueEntry& row, std::uint32_t key) const {
+      return KeyOf(row.GetDpt()) < key;
+    }
+  };
+  /// Add for a row out of key order, a repeated row or a map without room.
+  bool Insert(DptValueEntry&& entry);
+
+  Rows m_entries; // sorted by (main, sub)
 };
 
 /// Converts between KNX group values and VELVALUE records through the DPT
@@ -132,12 +171,18 @@ public:
   bool FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv, VELVALUE& val) const;
 
   /// The map's row for the DPT (see DptValueMap::GetEntry).
-  const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+  const DptValueEntry& GetEntry(const KNXDPT& dpt) const { return m_dptValueMap.GetEntry(dpt); }
   /// Registers one row holding a clone of `converter`; the first registration
   /// of a (main, sub) pair wins. False only when the row could not be stored.
   bool AddDptValueMapEntry(std::uint16_t mainNumber, std::uint16_t subNumber,
                            std::uint8_t bitSize, VelValueType valueType,
-                           VelDP::VelValueSubType valueSubType, const KnxConverter& converter);
+                           VelDP::VelValueSubType valueSubType, const KnxConverter& converter) {
+    // Defined here so that filling the catalogue inlines it: Init runs for
+    // every value check. The row's one clone is moved into the map.
+    std::unique_ptr<KnxConverter> clone(converter.Clone());
+    return m_dptValueMap.Add(KNXDPT(bitSize, mainNumber, subNumber), valueType, valueSubType,
+                             std::move(clone));
+  }
   /// The rows registered so far.
   const DptValueMap& GetDptValueMap() const { return m_dptValueMap; }
 
