@@ -77,8 +77,8 @@ using K = ConverterKind;
 // (the first wins); it is kept as it always was, 236 before 232 included.
 // The uneven 9.x ends (whole numbers for 9.001 to 9.025, the fractional
 // float ends for 9.x and 9.026, 0.0 .. 670760.96 for 9.028) and the pairing
-// of 16.x with 0..127 and 16.001 with 0..255 are what installed devices
-// expect and are kept.
+// of 16.x with 0..127 and 16.001 with 0..255 are kept: callers rely on the
+// values each row lets through.
 constexpr CatalogueRow kCatalogue[] = {
     {1, 0, 1, ivtBool, VelDP::vstNone, K::Bit1, kNoRange},
     {2, 0, 2, ivtBool, VelDP::vstNone, K::Bit2, kNoRange},

@@ -9,9 +9,7 @@
 
 namespace Avo {
 
-// ---------------------------------------------------------------------------
 // DptValueEntry
-// ---------------------------------------------------------------------------
 
 DptValueEntry::DptValueEntry(const DptValueEntry& other)
     : DptValueEntry(other.m_dpt, other.m_valueType, other.m_valueSubType,
@@ -23,9 +21,7 @@ DptValueEntry& DptValueEntry::operator=(const DptValueEntry& other) {
   return *this;
 }
 
-// ---------------------------------------------------------------------------
 // DptValueMap
-// ---------------------------------------------------------------------------
 
 bool DptValueMap::Insert(DptValueEntry&& entry) {
   const std::uint32_t key = KeyOf(entry.GetDpt());
@@ -87,9 +83,7 @@ const DptValueEntry& DptValueMap::GetEmptyEntry() {
   return *empty;
 }
 
-// ---------------------------------------------------------------------------
 // Tables of KnxValueConverter
-// ---------------------------------------------------------------------------
 
 namespace {
 
@@ -115,9 +109,9 @@ struct ValueTypeDefault {
 };
 
 // The first matching row wins. Two rows look odd and are kept as they stand,
-// because stored configurations were made with them: a float requested at
-// 32 bits gets 14.000 with bit size 16, and a string requested at 112 bits
-// gets 16.000 with bit size 8. ivtWord has no default DPT.
+// since callers rely on the DPTs they give: a float requested at 32 bits gets
+// 14.000 with bit size 16, and a string requested at 112 bits gets 16.000
+// with bit size 8. ivtWord has no default DPT.
 constexpr ValueTypeDefault kDefaultDptByValueType[] = {
     {ivtBool, kAnySize, 1, 1, 1},       {ivtStepBytes, kAnySize, 3, 7, 4},
     {ivtByte, kAnySize, 5, 0, 8},       {ivtPercent, kAnySize, 5, 1, 8},
@@ -157,33 +151,25 @@ struct Compatibility {
   TypeList expected;
 };
 
-constexpr VelValueType kBool[] = {ivtBool};
-constexpr VelValueType kFloat[] = {ivtFloat};
 constexpr VelValueType kFloatLike[] = {ivtFloat, ivtByteArray, ivtPercent, ivtStepBytes, ivtAngle};
-constexpr VelValueType kRawAndFloatLike[] = {ivtByteArray, ivtPercent, ivtStepBytes, ivtAngle};
 constexpr VelValueType kSigned[] = {ivtInteger, ivtTimeLag};
-constexpr VelValueType kShort[] = {ivtShort};
 constexpr VelValueType kByteLike[] = {ivtByte, ivtEnumByte};
 constexpr VelValueType kUnsignedLike[] = {ivtWord, ivtDWord, ivtQWord};
-constexpr VelValueType kData40[] = {ivtData40};
 constexpr VelValueType kDateLike[] = {ivtDate, ivtDayDate};
 constexpr VelValueType kTimeLike[] = {ivtTime, ivtTimeSpan};
 constexpr VelValueType kDateTimeLike[] = {ivtDateTime, ivtTimestamp, ivtUtcDateTime};
 constexpr VelValueType kAnyDateOrTime[] = {ivtDate,      ivtTime,      ivtDateTime, ivtTimestamp,
                                            ivtTimeSpan, ivtDayDate, ivtUtcDateTime};
 
-// Deliberately one-way: a date-and-time value carries a date and a time and
-// fits date and time rows, but a date or a time alone does not fill a
-// date-and-time row, and a date does not fit a time row.
+// Which expected types a given type fits besides its own. Deliberately
+// one-way: a date-and-time value carries a date and a time and fits date and
+// time rows, but a date or a time alone does not fill a date-and-time row,
+// and a date does not fit a time row.
 constexpr Compatibility kCompatibleTypes[] = {
-    {List(kBool), List(kBool)},
-    {List(kFloat), List(kFloatLike)},
-    {List(kRawAndFloatLike), List(kFloatLike)},
+    {List(kFloatLike), List(kFloatLike)},
     {List(kSigned), List(kSigned)},
-    {List(kShort), List(kShort)},
     {List(kByteLike), List(kByteLike)},
     {List(kUnsignedLike), List(kUnsignedLike)},
-    {List(kData40), List(kData40)},
     {List(kDateLike), List(kDateLike)},
     {List(kTimeLike), List(kTimeLike)},
     {List(kDateTimeLike), List(kAnyDateOrTime)},
@@ -234,9 +220,7 @@ std::ostream& operator<<(std::ostream& os, const DptText& text) {
 
 } // namespace
 
-// ---------------------------------------------------------------------------
 // KnxValueConverter
-// ---------------------------------------------------------------------------
 
 bool KnxValueConverter::Init() { return FillDptValueMap(); }
 
@@ -394,9 +378,7 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
   }
 }
 
-// ---------------------------------------------------------------------------
 // AvoKnxValueConverter
-// ---------------------------------------------------------------------------
 
 bool AvoKnxValueConverter::ToKnxValue(KNXDPT& dpt, const std::string& text,
                                       KnxStack::GroupValue& gv) const {
