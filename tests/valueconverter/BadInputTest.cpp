@@ -20,18 +20,15 @@ std::string LastText(const ScopedLogCapture& capture) {
 TEST(BadInput, UnknownDptsAreAcceptedUntouched) {
   const KnxStack::GroupValue original = Group({0x12, 0x34}, 16);
   for (unsigned main = 1; main <= 0xFFFF; main += main < 300 ? 1 : 997) {
-    const KNXDPT unknown(16, static_cast<std::uint16_t>(main), 1);
+    KNXDPT dpt(16, static_cast<std::uint16_t>(main), 1);
     ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
-    if (Initialised().GetEntry(unknown).GetValueType() != ivtEmpty) {
-      continue;
-    }
-    capture.Clear();
-    KNXDPT dpt = unknown;
     KnxStack::GroupValue gv = original;
     VELVALUE value = Word(7);
-    EXPECT_TRUE(Initialised().ToKnxValue(dpt, Float(1.0), gv) && Initialised().FromKnxValue(dpt, gv, value));
-    EXPECT_TRUE(gv == original && SameValue(value, Word(7)) && capture.Lines().size() == 6U) << unknown;
-    EXPECT_EQ(LastText(capture), "Assume validity and accept value!");
+    if (Initialised().GetEntry(dpt).GetValueType() == ivtEmpty) {
+      EXPECT_TRUE(Initialised().ToKnxValue(dpt, Float(1.0), gv) && Initialised().FromKnxValue(dpt, gv, value));
+      EXPECT_TRUE(gv == original && SameValue(value, Word(7)) && capture.Lines().size() == 7U) << dpt;
+      EXPECT_EQ(LastText(capture), "Assume validity and accept value!");
+    }
   }
 }
 

@@ -29,7 +29,7 @@ TEST(KnxValueConverter, DefaultDptByValueTypeKeepsItsTwoOddRows) {
   }
 }
 
-TEST(KnxValueConverter, ValueTypeCompatibilityIsOneWayAndSizesAreByMainNumber) {
+TEST(KnxValueConverter, ValueTypeCompatibilityIsOneWay) {
   const struct {
     VelValueType given, expected;
     bool compatible;
@@ -38,11 +38,6 @@ TEST(KnxValueConverter, ValueTypeCompatibilityIsOneWayAndSizesAreByMainNumber) {
                {ivtFloat, ivtInteger, false},   {ivtQWord, ivtWord, true},     {ivtNone, ivtFloat, false}};
   for (const auto& c : cases) {
     EXPECT_EQ(KnxValueConverter::AreValueTypesCompatible(c.given, c.expected), c.compatible) << c.given;
-  }
-  constexpr unsigned kVariable = KnxValueConverter::kVariableBitSize;
-  for (const auto& [main, bits] : {std::pair<std::uint16_t, unsigned>{0, 0}, {3, 4}, {16, 112}, {24, kVariable},
-                                   {28, kVariable}, {31, 3}, {32, 0}, {200, 9}, {208, 0}, {241, 32}, {242, 0}}) {
-    EXPECT_EQ(KnxValueConverter::GetStandardBitSize(main), bits) << main;
   }
 }
 
