@@ -46,7 +46,8 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const {
   // The rows of the main number sort first by sub number, so its first row
   // is the main.x row when there is one.
   const std::uint16_t mainNumber = dpt.mainNumber;
-  const DptValueEntry* first = std::lower_bound(begin, exact, KeyOf(KNXDPT(0, mainNumber, 0)), RowBelow());
+  const std::uint32_t mainRowKey = KeyOf(KNXDPT(0, mainNumber, 0));
+  const DptValueEntry* first = std::lower_bound(begin, exact, mainRowKey, RowBelow());
   if (first == exact && (exact == end || exact->GetDpt().mainNumber != mainNumber)) {
     first = nullptr; // no row of the main number at all
   }
@@ -288,8 +289,8 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const VELVALUE& val,
     }
     // A value without a type (ivtNone) is handed to the converter unchecked.
     if (val.ivt != ivtNone && !AreValueTypesCompatible(val.ivt, entry.GetValueType())) {
-      AVO_LOG_ERROR("Invalid value type found for DPT = " << DptText{dpt}
-                                                          << " val.ivt=" << static_cast<int>(val.ivt));
+      AVO_LOG_ERROR("Invalid value type found for DPT = "
+                    << DptText{dpt} << " val.ivt=" << static_cast<int>(val.ivt));
       return false;
     }
     const KnxConverter* converter = entry.GetConverter();
@@ -315,7 +316,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
     if (dpt.mainNumber == 0) {
       if (dpt.bitSize != 0) {
         if (!GetDefaultMappingDptForSize(dpt)) {
-          AVO_LOG_INFO("Could not find DPT for bit size " << static_cast<unsigned int>(dpt.bitSize));
+          AVO_LOG_INFO("Could not find DPT for bit size "
+                       << static_cast<unsigned int>(dpt.bitSize));
           return false;
         }
       } else {

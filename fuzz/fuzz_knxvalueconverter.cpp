@@ -88,8 +88,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   dpt.subNumber = static_cast<std::uint16_t>(in.Take(2));
   const unsigned definedSize = in.Take(2);
   const auto type = static_cast<VelValueType>(in.Take(2));
-  const KnxStack::GroupValue group(KnxStack::BinaryData(in.Rest(), static_cast<unsigned>(in.RestSize())),
-                                   definedSize);
+  const KnxStack::BinaryData bytes(in.Rest(), static_cast<unsigned>(in.RestSize()));
+  const KnxStack::GroupValue group(bytes, definedSize);
   const std::string text(reinterpret_cast<const char*>(in.Rest()), in.RestSize());
 
   switch (operation) {
