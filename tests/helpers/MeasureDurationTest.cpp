@@ -9,8 +9,9 @@
 namespace {
 
 // The timer's standard text, six decimals, without leading blank or line end.
-const char* const kReport = "Took [0-9]+\\.[0-9]{6}s wall, [0-9]+\\.[0-9]{6}s user \\+ [0-9]+\\.[0-9]{6}s system = "
-                            "[0-9]+\\.[0-9]{6}s CPU \\(([0-9]+\\.[0-9]+|n/a)%\\)";
+const char* const kReport =
+    "Took [0-9]+\\.[0-9]{6}s wall, [0-9]+\\.[0-9]{6}s user \\+ [0-9]+\\.[0-9]{6}s system = "
+    "[0-9]+\\.[0-9]{6}s CPU \\(([0-9]+\\.[0-9]+|n/a)%\\)";
 
 TEST(MeasureDuration, ReportsAtInfoFromTheLimitOnAndAtTraceWithoutLimit) {
   AvoTest::ScopedLogCapture capture;

@@ -14,9 +14,10 @@ TEST(VelValueHelper, EachOverloadBuildsItsOwnTypeAndChecksIt) {
   AvoTest::ScopedLogCapture capture;
   EXPECT_THROW(Avo::ToVelValue(std::uint8_t{1}, ivtBool), Avo::AssertionFailed);
   EXPECT_THROW(Avo::ToVelValue(1.0, ivtInteger), Avo::AssertionFailed);
-  EXPECT_THAT(capture.Lines(), ::testing::Each(AvoTest::Line(log4cplus::FATAL_LOG_LEVEL,
-                                                             "AVO_ASSERT2(result.ivt == expectedType) failed",
-                                                             "ToVelValue")));
+  EXPECT_THAT(capture.Lines(),
+              ::testing::Each(AvoTest::Line(log4cplus::FATAL_LOG_LEVEL,
+                                            "AVO_ASSERT2(result.ivt == expectedType) failed",
+                                            "ToVelValue")));
   EXPECT_EQ(capture.Lines().size(), 2u);
 }
 

@@ -68,9 +68,10 @@ TEST(MainTypeTable, EmptyMakerOnlyMakesEmptyRecordsAndSharedNamesStand) {
   EXPECT_EQ(K::CreateDefaultValueEmpty(ivtEmpty), VELVALUE());
   AvoTest::ScopedLogCapture capture;
   EXPECT_THROW(K::CreateDefaultValueEmpty(ivtByte), Avo::AssertionFailed);
-  EXPECT_THAT(capture.Lines(), ::testing::ElementsAre(AvoTest::Line(log4cplus::FATAL_LOG_LEVEL,
-                                                                    "AVO_ASSERT2(emptyVelValue.ivt == ivt) failed",
-                                                                    "CreateDefaultValueEmpty")));
+  EXPECT_THAT(capture.Lines(),
+              ::testing::ElementsAre(AvoTest::Line(log4cplus::FATAL_LOG_LEVEL,
+                                                   "AVO_ASSERT2(emptyVelValue.ivt == ivt) failed",
+                                                   "CreateDefaultValueEmpty")));
   EXPECT_STREQ(Avo::kConnectorAppName, "ConnectorApp");
   EXPECT_STREQ(Avo::kYonConfigName, "YonConfig");
   EXPECT_STREQ(Avo::kObjectModelConfigPath, "/opt/userdata/devicestack/avoOM/config.json");

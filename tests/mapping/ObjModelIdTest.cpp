@@ -45,14 +45,16 @@ TEST(ObjModelId, EveryCommunicationObjectClassifiesBack) {
 
 TEST(ObjModelId, EveryParameterClassifiesBack) {
   for (const int ld : {1, 2}) {
-    for (const ParameterType type : {ParameterType::Ip, ParameterType::Number, ParameterType::Text}) {
+    for (const ParameterType type :
+         {ParameterType::Ip, ParameterType::Number, ParameterType::Text}) {
       const std::uint32_t maximum = K::GetMaxParametersOfType(type);
       for (std::uint16_t n = 0; n <= maximum + 1; ++n) {
         const auto channel = K::GetParameterChannelObjModelId(n, ld, type);
         const auto value = K::GetParameterValueObjModelId(n, ld, type);
-        EXPECT_TRUE(value == (type == ParameterType::Ip       ? K::GetIpParameterValueObjModelId(n, ld)
-                              : type == ParameterType::Number ? K::GetNumberParameterValueObjModelId(n, ld)
-                                                              : K::GetTextParameterValueObjModelId(n, ld)));
+        EXPECT_TRUE(value == (type == ParameterType::Ip ? K::GetIpParameterValueObjModelId(n, ld)
+                              : type == ParameterType::Number
+                                  ? K::GetNumberParameterValueObjModelId(n, ld)
+                                  : K::GetTextParameterValueObjModelId(n, ld)));
         if (n > maximum) {
           EXPECT_FALSE(channel || value) << n;
           continue;
@@ -64,8 +66,10 @@ TEST(ObjModelId, EveryParameterClassifiesBack) {
         const bool recognised = n != 0 || type == ParameterType::Text;
         for (const ObjModelId id : {*channel, *value}) {
           EXPECT_EQ(K::IsParameterChannel(id), recognised) << id;
-          EXPECT_TRUE(K::GetParameterValueObjModelId(id) == (recognised ? make_optional(id + 1) : boost::none));
-          EXPECT_TRUE(K::GetParameterTypeFromObjModelId(id, ld) == (recognised ? make_optional(type) : boost::none));
+          EXPECT_TRUE(K::GetParameterValueObjModelId(id) ==
+                      (recognised ? make_optional(id + 1) : boost::none));
+          EXPECT_TRUE(K::GetParameterTypeFromObjModelId(id, ld) ==
+                      (recognised ? make_optional(type) : boost::none));
           EXPECT_TRUE(K::GetParameterNumberFromObjModelId(id, ld) ==
                       (recognised ? make_optional(static_cast<std::uint8_t>(n)) : boost::none))
               << id;
@@ -81,9 +85,9 @@ TEST(ObjModelId, AppControlObjectsAreToldApartPerDevice) {
   const Check checks[] = {K::IsAppHostAppControlState, K::IsAppHostAppControlEvent,
                           K::IsAppHostAppControlAliveHeartbeat, K::IsAppHostAppControlAppDebug};
   for (const int ld : {1, 2}) {
-    const ObjModelId objects[] = {K::GetAppHostAppControlStateObjModelId(ld), K::GetAppHostAppControlEventObjModelId(ld),
-                                  K::GetAppHostAppControlAliveObjModelId(ld),
-                                  K::GetAppHostAppControlAppDebugObjModelId(ld)};
+    const ObjModelId objects[] = {
+        K::GetAppHostAppControlStateObjModelId(ld), K::GetAppHostAppControlEventObjModelId(ld),
+        K::GetAppHostAppControlAliveObjModelId(ld), K::GetAppHostAppControlAppDebugObjModelId(ld)};
     for (unsigned object = 0; object < 4; ++object) {
       EXPECT_EQ(objects[object], 100000u * ld + 21 + object);
       for (unsigned check = 0; check < 4; ++check) {
@@ -107,7 +111,8 @@ TEST(ObjModelId, KnownIdentifiersAndKeptQuirks) {
   EXPECT_TRUE(K::GetParameterNumberFromObjModelId(181000, 1) == std::uint8_t{244}); // 500 in 8 bits
   // Modulo ld * 100000: an ID of block 1 read for ld 2.
   EXPECT_TRUE(K::GetCoNumberFromObjModelId(100101, 2) == std::uint16_t{50001});
-  EXPECT_TRUE(K::GetParameterValueObjModelId(170003) == ObjModelId{170004}); // a value passes as channel
+  EXPECT_TRUE(K::GetParameterValueObjModelId(170003) ==
+              ObjModelId{170004}); // a value passes as channel
   EXPECT_TRUE(K::IsAnyLogicalKnxDeviceId(4000000000U) && !K::IsAnyLogicalKnxDeviceId(99999));
   EXPECT_FALSE(K::GetLogicalDeviceIdFromObject(300000) || K::GetLogicalDeviceIdFromObject(99999));
   EXPECT_EQ(K::GetMaxParametersOfType(static_cast<ParameterType>(3)), 0u);
@@ -117,7 +122,8 @@ TEST(ObjModelId, LogicalDeviceOutsideOneAndTwoIsAProgramBug) {
   AvoTest::ScopedLogCapture capture;
   EXPECT_THROW(Avo::LogicalDeviceId{0}, Avo::AssertionFailed);
   EXPECT_THROW(Avo::LogicalDeviceId{3}, Avo::AssertionFailed);
-  EXPECT_THAT(capture.Texts(), ::testing::Each("AVO_ASSERT2(value >= Minimum && value <= Maximum) failed"));
+  EXPECT_THAT(capture.Texts(),
+              ::testing::Each("AVO_ASSERT2(value >= Minimum && value <= Maximum) failed"));
 }
 
 } // namespace
