@@ -104,8 +104,15 @@ struct VELTIME {
   /// time of day, tm_wday from the weekday mask (or computed from a valid date),
   /// tm_yday computed where the date is valid, tm_isdst = -1.
   operator std::tm() const;
-  /// Sets the record from seconds since the epoch, in local time (localtime_r).
+  /// Sets the record from seconds since the epoch, in local time (localtime_r):
+  /// hundredths 0, weekday from the day, timeOfDayOnly 0, isLocalTime and
+  /// isValid true. A count that the local calendar cannot hold leaves the
+  /// record cleared (Clear(true), isValid false).
   VELTIME& operator=(long secondsSinceEpoch);
+
+  /// Field by field.
+  bool operator==(const VELTIME& other) const;
+  bool operator!=(const VELTIME& other) const { return !(*this == other); }
 };
 
 /// The platform's typed value record.
@@ -134,14 +141,22 @@ struct VELVALUE {
   VELVALUE& operator=(VELVALUE&&) noexcept = default;
   ~VELVALUE() = default;
 
-  /// Same type, status, text and the members of the value area that the type uses.
+  /// Same type, same status and the same value in the member that the type
+  /// uses (members the type does not use are ignored; a tag outside
+  /// VelValueType compares the whole value area and the text). Doubles compare
+  /// as numbers, except that every NaN equals every other NaN, so that a record
+  /// always equals its copy.
   bool operator==(const VELVALUE& other) const;
   bool operator!=(const VELVALUE& other) const { return !(*this == other); }
 
-  /// One human-readable line, e.g. "Float 21.5", "String \"abc\"", "Empty".
+  /// One human-readable line, e.g. "Float 21.5", "String \"abc\"", "Empty";
+  /// a status other than the one the type gets at construction is appended
+  /// as " (status 7)".
   std::string ToString() const;
-  /// Typed, lossless text form (see docs/value-text-form.md). internalFormat
-  /// selects the device stack's internal form ("<type>.<status>:<value>").
+  /// Typed, lossless text form (see docs/value-text-form.md), replacing the
+  /// content of out. internalFormat selects the device stack's internal form
+  /// ("<type>.<status>:<value>", status always written); the default form
+  /// writes the status only where it differs from the type's initial status.
   void Serialize(std::string& out, bool internalFormat) const;
   /// Reads either text form. A text that does not parse leaves the empty
   /// record and gives false.

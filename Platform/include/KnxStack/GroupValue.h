@@ -41,6 +41,8 @@ public:
   std::uint32_t GetUInt32Value(unsigned int index) const;
   /// Writes the byte at index, growing the buffer with zero bytes as needed.
   void SetUInt8Value(unsigned int index, std::uint8_t value);
+  /// Replaces the bytes with size bytes from data, reusing the buffer's storage.
+  void Assign(const std::uint8_t* data, unsigned int size);
 
   /// The bytes as upper-case hex pairs separated by blanks ("0C 33"); "" when empty.
   std::string ToString() const;
@@ -130,6 +132,9 @@ public:
   bool operator!=(const GroupValue& other) const { return !(*this == other); }
 
 private:
+  void Store(const std::uint8_t* bytes, unsigned int size, unsigned int bitSize);
+  const std::uint8_t* BytesFor(const char* getter, unsigned int needed) const;
+
   BinaryData m_data;
   unsigned int m_definedSize = 0;
 };
