@@ -64,6 +64,7 @@ TEST_F(MessengerOverSimulation, EveryBlockingRequestReturnsItsOwnReply) {
        "late"},
       {"answer before the wait", // stored once the caller sleeps
        [&] {
+         EXPECT_TRUE(simulation.WaitUntilIdle(5s)); // an early answer needs a free delivery thread
          Plan([](auto& plan) { plan.early = true; });
          return messenger.GetValue(42, false);
        },
@@ -92,16 +93,17 @@ TEST_F(MessengerOverSimulation, AnErrorAnswerIsAnAnswerAndNotRetried) {
   EXPECT_FALSE(docket.IsReplyValid());
   EXPECT_EQ(docket.ReadDeliveryError(), "busy");
   EXPECT_EQ(docket.ReadReply(), "4.2:21");
-  EXPECT_THAT(
-      capture.Lines(),
-      ElementsAre(Line(DEBUG, "Request ID is '1'", "SynchronizeRequest"),
-                  Line(log4cplus::ERROR_LOG_LEVEL,
-                       "KEL error for request 1: 9; Simulated failure; GetValue(42); id: 42; urn: "
-                       "urn:lamp; value: 4.2:21",
-                       "OnGetValue"),
-                  Line(DEBUG, "Got request for ID '1'.", "UpdateDocketList"),
-                  Line(DEBUG, "returned from waiting for response with ID '1': got response",
-                       "SynchronizeRequest")));
+  // The handler's error line may come before or after the caller's first line.
+  EXPECT_THAT(capture.Lines(log4cplus::ERROR_LOG_LEVEL),
+              ElementsAre(Line(log4cplus::ERROR_LOG_LEVEL,
+                               "KEL error for request 1: 9; Simulated failure; GetValue(42); "
+                               "id: 42; urn: urn:lamp; value: 4.2:21",
+                               "OnGetValue")));
+  EXPECT_THAT(capture.Lines(DEBUG),
+              ElementsAre(Line(DEBUG, "Request ID is '1'", "SynchronizeRequest"),
+                          Line(DEBUG, "Got request for ID '1'.", "UpdateDocketList"),
+                          Line(DEBUG, "returned from waiting for response with ID '1': got response",
+                               "SynchronizeRequest")));
 }
 
 TEST_F(MessengerOverSimulation, AnswersAfterTheWaiterHasGoneAreDropped) {
