@@ -1,6 +1,9 @@
 #pragma once
-// Shared by the converter tests: values, group values, and table rows that
-// run one conversion and compare its result, its ERROR lines and its output.
+// Shared by the converter tests: value records, group values, and table rows
+// that run a conversion and compare its result, its log lines and its output.
+// What every converter class shares is checked on every row: the "DPT is
+// used." line that begins a conversion, Clone, and how a reader meets a group
+// value too short for its encoding.
 
 #include "LogCapture.h"
 
@@ -10,24 +13,21 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <utility>
+#include <typeinfo>
 #include <vector>
 
 namespace ConverterTest {
 
+using namespace Avo;
 using Bytes = std::vector<std::uint8_t>;
-using Avo::KnxConverter;
 
-inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) {
-  return KNXDPT(bits, main, sub);
-}
-inline KnxStack::GroupValue Raw(Bytes bytes, unsigned int bits = 0) {
-  const auto size = static_cast<unsigned int>(bytes.size());
-  return KnxStack::GroupValue(KnxStack::BinaryData(std::move(bytes)), bits ? bits : 8 * size);
-}
-inline Bytes BytesOf(const KnxStack::GroupValue& group) { return group.GetRawData().GetBytes(); }
+inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) { return KNXDPT(bits, main, sub); }
+inline KnxStack::GroupValue Raw(const Bytes& bytes) { return {KnxStack::BinaryData(bytes), 8 * unsigned(bytes.size())}; }
 
 template <class Field, class Number>
 VELVALUE Make(VelValueType type, Field VELVALUE::*field, Number number) {
@@ -40,61 +40,102 @@ inline VELVALUE Byte(unsigned number) { return Make(ivtByte, &VELVALUE::byVal, n
 inline VELVALUE Integer(std::int32_t number) { return Make(ivtInteger, &VELVALUE::lVal, number); }
 inline VELVALUE Word(unsigned number) { return Make(ivtWord, &VELVALUE::wVal, number); }
 inline VELVALUE DWord(std::uint32_t number) { return Make(ivtDWord, &VELVALUE::dwVal, number); }
-inline VELVALUE Float(double number, VelValueType type = ivtFloat) {
-  return Make(type, &VELVALUE::dblVal, number);
-}
+inline VELVALUE Float(double number, VelValueType type = ivtFloat) { return Make(type, &VELVALUE::dblVal, number); }
 inline VELVALUE Text(std::string text) { return Make(ivtString, &VELVALUE::strVal, text); }
+/// The type of the record that FromKnxValue is handed: no converter writes it,
+/// and records of a type unknown to the platform compare in every byte.
+constexpr auto kUntyped = static_cast<VelValueType>(4711);
+inline VELVALUE Untyped(std::uint8_t byte) { return Make(kUntyped, &VELVALUE::byVal, byte); }
 
-inline std::vector<AvoTest::LogLine> Errors(const std::string& text, const char* function) {
-  if (text.empty()) {
-    return {};
-  }
-  return {AvoTest::Line(log4cplus::ERROR_LOG_LEVEL, text, function)};
-}
-
-/// The bytes that a refusal leaves in a group value it did not touch.
+/// The group value that ToKnxValue is handed; a refusal leaves it as it is.
 inline const Bytes kUntouched{0x55};
+/// The error of a row whose conversion is refused without a line.
+inline const std::string kSilently = "refused without a line";
 
-/// value -> group value, which starts as kUntouched. An empty `error`
-/// expects a conversion, any other the refusal with that ERROR line.
-struct ToRow {
-  const KnxConverter& converter;
-  KNXDPT dpt;
-  VELVALUE value;
-  std::string error;
-  Bytes bytes = kUntouched; // afterwards
-};
-inline void Check(const std::vector<ToRow>& rows) {
-  for (const ToRow& row : rows) {
-    SCOPED_TRACE(row.dpt.ToString() + " " + row.value.ToString());
-    KnxStack::GroupValue group = Raw(kUntouched);
-    AvoTest::ScopedLogCapture capture(log4cplus::ERROR_LOG_LEVEL);
-    EXPECT_EQ(row.converter.ToKnxValue(row.dpt, row.value, group), row.error.empty());
-    EXPECT_EQ(capture.Lines(), Errors(row.error, "ToKnxValue"));
-    EXPECT_EQ(BytesOf(group), row.bytes);
-  }
+enum Way { To = 1, From = 2, Both = To | From };
+
+/// One conversion, or one each way. To: `value` goes out and the group value
+/// holds `bytes` afterwards (none: kUntouched). From: `bytes` come in and the
+/// record, which starts as a zeroed one of type kUntyped, equals `value`
+/// afterwards (ivtEmpty: not compared). An empty `error` expects success, any
+/// other the refusal with that ERROR line; refused both ways, the group value
+/// stays kUntouched and the record is not compared.
+struct Row { Way way; const KnxConverter& converter; KNXDPT dpt; VELVALUE value; Bytes bytes; std::string error; };
+
+template <class... Classes>
+bool IsA(const KnxConverter& converter) {
+  return ((typeid(converter) == typeid(Classes)) || ...);
 }
 
-/// group value -> value, as ToRow. The record starts as a zeroed one of a
-/// type that no converter writes or, for converters that keep the caller's
-/// type, of the expected value's type. An ivtEmpty value is not compared.
-struct FromRow {
-  const KnxConverter& converter;
-  KNXDPT dpt;
-  Bytes bytes;
-  std::string error;
-  VELVALUE value = VELVALUE();
-  bool keepsType = false;
-};
-inline void Check(const std::vector<FromRow>& rows) {
-  for (const FromRow& row : rows) {
-    SCOPED_TRACE(row.dpt.ToString() + " " + Raw(row.bytes).GetRawData().ToString());
-    VELVALUE value(row.keepsType ? row.value.ivt : ivtQWord);
-    AvoTest::ScopedLogCapture capture(log4cplus::ERROR_LOG_LEVEL);
-    EXPECT_EQ(row.converter.FromKnxValue(row.dpt, Raw(row.bytes), value), row.error.empty());
-    EXPECT_EQ(capture.Lines(), Errors(row.error, "FromKnxValue"));
-    if (row.value.ivt != ivtEmpty) {
-      EXPECT_EQ(value, row.value);
+/// What a conversion logs: the DEBUG line that begins it where the converter
+/// writes one (kept: not the default and date-and-time converters, nor the
+/// 1-bit and 2-bit readers), then the ERROR line of a refusal.
+inline std::vector<AvoTest::LogLine> Lines(const KnxConverter& converter, Way way, const std::string& trace,
+                                           const std::string& error) {
+  const char* function = way == To ? "ToKnxValue" : "FromKnxValue";
+  std::vector<AvoTest::LogLine> lines;
+  if (!IsA<KnxConverterDefault, KnxConverterDateTime>(converter) &&
+      (way == To || !IsA<KnxConverter1Bit, KnxConverter2Bit>(converter))) {
+    lines.push_back(AvoTest::Line(log4cplus::DEBUG_LOG_LEVEL, "DPT is used. DPT = " + trace, function));
+  }
+  if (!error.empty() && error != kSilently) {
+    lines.push_back(AvoTest::Line(log4cplus::ERROR_LOG_LEVEL, error, function));
+  }
+  return lines;
+}
+
+/// Reads `group` as `row` says and compares the result and the lines.
+inline void CheckRead(const KnxConverter& converter, const Row& row, const KnxStack::GroupValue& group,
+                      VELVALUE& value, const std::string& error) {
+  AvoTest::ScopedLogCapture capture(log4cplus::DEBUG_LOG_LEVEL);
+  EXPECT_EQ(converter.FromKnxValue(row.dpt, group, value), error.empty());
+  const std::string trace = row.dpt.ToString() + " grp.size=" + std::to_string(group.GetDefinedSize()) + " grp.val=";
+  EXPECT_EQ(capture.Lines(), Lines(converter, From, trace + group.GetRawData().ToString(), error));
+}
+
+/// Runs each row on its converter and on a clone of a clone whose source is
+/// gone by then: a clone is an independent object of the same class and
+/// range. A row read successfully is read again from an empty value and from
+/// one a byte short: the getter raises, except where the converter reads the
+/// bytes itself and refuses.
+inline void Check(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    std::unique_ptr<KnxConverter> source(row.converter.Clone());
+    const std::unique_ptr<const KnxConverter> clone(source->Clone());
+    source.reset();
+    ASSERT_EQ(typeid(*clone), typeid(row.converter));
+    SCOPED_TRACE(row.dpt.ToString() + " " + row.value.ToString() + " " + Raw(row.bytes).GetRawData().ToString());
+    for (const KnxConverter* converter : {&row.converter, clone.get()}) {
+      if ((row.way & To) != 0) {
+        KnxStack::GroupValue group = Raw(kUntouched);
+        AvoTest::ScopedLogCapture capture(log4cplus::DEBUG_LOG_LEVEL);
+        EXPECT_EQ(converter->ToKnxValue(row.dpt, row.value, group), row.error.empty());
+        const std::string trace = " ivt=" + std::to_string(row.value.ivt) + " val=" + row.value.ToString();
+        EXPECT_EQ(capture.Lines(), Lines(*converter, To, row.dpt.ToString() + trace, row.error));
+        const bool untouched = row.bytes.empty() || (row.way == Both && !row.error.empty());
+        EXPECT_EQ(group.GetRawData().GetBytes(), untouched ? kUntouched : row.bytes);
+      }
+      if ((row.way & From) != 0) {
+        VELVALUE value(kUntyped);
+        CheckRead(*converter, row, Raw(row.bytes), value, row.error);
+        if (row.value.ivt != ivtEmpty && (row.error.empty() || row.way == From)) {
+          EXPECT_EQ(value, row.value);
+        }
+      }
+    }
+    const std::size_t size = row.bytes.size();
+    for (std::size_t shorter = 0; (row.way & From) != 0 && row.error.empty() && shorter < size;
+         shorter += std::max<std::size_t>(1, size - 1)) {
+      const KnxStack::GroupValue group = Raw(Bytes(row.bytes.begin(), row.bytes.begin() + shorter));
+      VELVALUE value;
+      if (!IsA<KnxConverterInteger24BitUnsigned, KnxConverterDate, KnxConverterTimeOfDay, KnxConverterDateTime>(
+              row.converter)) {
+        EXPECT_THROW(row.converter.FromKnxValue(row.dpt, group, value), KnxStack::GroupValueException) << shorter;
+      } else {
+        CheckRead(row.converter, row, group, value,
+                  "The group value of DPT=" + row.dpt.ToString() + " is too short: " + std::to_string(shorter) +
+                      " bytes, expected " + std::to_string(size) + ".");
+      }
     }
   }
 }
