@@ -1,5 +1,5 @@
 // Sweeps of bad input: whatever comes in, a conversion gives its result and
-// its log lines, and never throws.
+// its lines, and never throws.
 #include "LogCapture.h"
 #include "TestSupport.h"
 
@@ -11,67 +11,78 @@ namespace {
 
 using namespace AvoTest;
 using Avo::KnxValueConverter;
+using Outcome = std::pair<bool, std::vector<LogLine>>; // the result and the lines, INFO and up
 
-std::string LastText(const ScopedLogCapture& capture) {
-  const std::vector<std::string> texts = capture.Texts();
-  return texts.empty() ? std::string() : texts.back();
+template <class Conversion>
+Outcome Converted(Conversion convert) {
+  ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
+  bool result = false;
+  EXPECT_NO_THROW(result = convert());
+  return {result, capture.Lines()};
+}
+Outcome Refused(const std::string& text, const char* function, log4cplus::LogLevel level = log4cplus::ERROR_LOG_LEVEL) {
+  return {false, {Line(level, text, function)}};
 }
 
+// After the lookup's own line, the conversion logs the DPT once more.
 TEST(BadInput, UnknownDptsAreAcceptedUntouched) {
   const KnxStack::GroupValue original = Group({0x12, 0x34}, 16);
   for (unsigned main = 1; main <= 0xFFFF; main += main < 300 ? 1 : 997) {
     KNXDPT dpt(16, static_cast<std::uint16_t>(main), 1);
-    ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
     KnxStack::GroupValue gv = original;
     VELVALUE value = Word(7);
-    if (Initialised().GetEntry(dpt).GetValueType() == ivtEmpty) {
-      EXPECT_TRUE(Initialised().ToKnxValue(dpt, Float(1.0), gv) && Initialised().FromKnxValue(dpt, gv, value));
-      EXPECT_TRUE(gv == original && SameValue(value, Word(7)) && capture.Lines().size() == 7U) << dpt;
-      EXPECT_EQ(LastText(capture), "Assume validity and accept value!");
+    if (Converted([&] { return Initialised().GetEntry(dpt).GetValueType() == ivtEmpty; }).first) {
+      const std::string noEntry = "No Entry found for DPT = " + dpt.ToString();
+      const auto accepted = [&](const char* function) {
+        return Outcome(true, {Line(log4cplus::ERROR_LOG_LEVEL, noEntry, "GetEntry"), Line(log4cplus::ERROR_LOG_LEVEL, noEntry, function),
+                              Line(log4cplus::ERROR_LOG_LEVEL, "Assume validity and accept value!", function)});
+      };
+      EXPECT_EQ(Converted([&] { return Initialised().ToKnxValue(dpt, Float(1.0), gv); }), accepted("ToKnxValue"));
+      EXPECT_EQ(Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); }), accepted("FromKnxValue"));
+      EXPECT_TRUE(gv == original && value == Word(7)) << dpt;
     }
   }
 }
 
+// Reading with bit size 0 takes the group value's own size.
 TEST(BadInput, DptZeroWithEveryBitSizeTakesTheSizeDefaultOrRefuses) {
   const std::map<unsigned, KNXDPT> defaults = {
-      {1, {1, 1, 1}},    {2, {2, 2, 1}},    {4, {4, 3, 7}},     {8, {8, 5, 0}},     {16, {16, 9, 0}},  {24, {24, 10, 1}},
+      {1, {1, 1, 1}},    {2, {2, 2, 1}},     {4, {4, 3, 7}},     {8, {8, 5, 0}},    {16, {16, 9, 0}},  {24, {24, 10, 1}},
       {32, {32, 14, 0}}, {40, {40, 218, 0}}, {48, {48, 219, 1}}, {64, {64, 19, 1}}, {112, {112, 16, 1}}};
   for (unsigned bits = 0; bits < 256; ++bits) {
     const auto hit = defaults.find(bits);
-    const KNXDPT requested(static_cast<std::uint8_t>(bits), 0, 0);
-    const KNXDPT expected = hit != defaults.end() ? hit->second : requested;
-    KNXDPT to = requested, from = requested;
-    ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
-    KnxStack::GroupValue gv;
+    KNXDPT to(static_cast<std::uint8_t>(bits), 0, 0), from = to;
+    const KNXDPT expected = hit != defaults.end() ? hit->second : to;
+    KnxStack::GroupValue written;
     VELVALUE value;
-    bool written = true, read = true;
-    EXPECT_NO_THROW(written = Initialised().ToKnxValue(to, VELVALUE(), gv)) << bits;
-    EXPECT_EQ(to, expected) << bits;
+    const Outcome out = Converted([&] { return Initialised().ToKnxValue(to, VELVALUE(), written); });
+    const Outcome in = Converted([&] {
+      return Initialised().FromKnxValue(from, Group(std::vector<std::uint8_t>((bits + 7) / 8, 0xFF), bits), value);
+    });
+    EXPECT_TRUE(to == expected && from == expected) << bits;
+    const std::string noDpt = "Could not find DPT for bit size " + std::to_string(bits);
     if (hit == defaults.end()) {
-      EXPECT_EQ(LastText(capture), "Could not find DPT for bit size " + std::to_string(bits));
+      EXPECT_EQ(out, Refused(noDpt, "ToKnxValue", log4cplus::INFO_LOG_LEVEL));
+      EXPECT_EQ(in, bits != 0 ? Refused(noDpt, "FromKnxValue", log4cplus::INFO_LOG_LEVEL)
+                              : Refused("Convert from KNX value failed. Missing DPT. GroupValue = ", "FromKnxValue"));
     }
-    EXPECT_NO_THROW(read = Initialised().FromKnxValue(from, Group(std::vector<std::uint8_t>((bits + 7) / 8, 0xFF), bits), value));
-    EXPECT_EQ(from, expected) << bits;
-    EXPECT_TRUE(hit != defaults.end() || !(read || written)) << bits;
   }
 }
 
+// The value's type is set before the size check.
 TEST(BadInput, GroupValuesOfEverySizeForEveryMainNumber) {
   for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
     const unsigned expected = KnxValueConverter::GetStandardBitSize(row.GetDpt().mainNumber);
     for (unsigned size = 0; size < 256; ++size) {
       for (const std::size_t byteCount : {0U, (size + 7) / 8}) {
-        ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
         KNXDPT dpt = row.GetDpt();
         VELVALUE value;
-        bool result = true;
-        EXPECT_NO_THROW(result = Initialised().FromKnxValue(dpt, Group(std::vector<std::uint8_t>(byteCount, 0xA5), size), value));
+        const KnxStack::GroupValue gv = Group(std::vector<std::uint8_t>(byteCount, 0xA5), size);
+        const Outcome in = Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); });
         if (expected <= 6 ? size > 6 : size != expected) {
-          EXPECT_FALSE(result);
-          EXPECT_EQ(LastText(capture), "Failed to convert a GroupValue for DPT " + DptText(dpt) +
-                                           " because of unexpected bit size: " + std::to_string(size) +
-                                           ", expected: " + std::to_string(expected));
-          EXPECT_EQ(value.ivt, row.GetValueType()); // set before the size check
+          EXPECT_EQ(in, Refused("Failed to convert a GroupValue for DPT " + dpt.ToString() + " because of unexpected bit size: " +
+                                    std::to_string(size) + ", expected: " + std::to_string(expected), "FromKnxValue"));
+          EXPECT_EQ(value.ivt, row.GetValueType());
         }
       }
     }
@@ -81,16 +92,12 @@ TEST(BadInput, GroupValuesOfEverySizeForEveryMainNumber) {
 TEST(BadInput, RecordsOfEveryValueTypeForEveryRow) {
   for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
     for (int type : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 20, 102, 104, 105, 201, 1005, 1021, 1036, 1037, 1039, 4711}) {
-      ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
       KNXDPT dpt = row.GetDpt();
-      VELVALUE value(static_cast<VelValueType>(type));
-      value.strVal = "\xFF\xC3";
+      const VELVALUE value = Make(static_cast<VelValueType>(type), &VELVALUE::strVal, "\xFF\xC3");
       KnxStack::GroupValue gv;
-      bool result = true;
-      EXPECT_NO_THROW(result = Initialised().ToKnxValue(dpt, value, gv)) << dpt << "/" << type;
+      const Outcome out = Converted([&] { return Initialised().ToKnxValue(dpt, value, gv); });
       if (type != ivtNone && !KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {
-        EXPECT_FALSE(result);
-        EXPECT_EQ(LastText(capture), "Invalid value type found for DPT = " + DptText(dpt) + " val.ivt=" + std::to_string(type));
+        EXPECT_EQ(out, Refused("Invalid value type found for DPT = " + dpt.ToString() + " val.ivt=" + std::to_string(type), "ToKnxValue"));
       }
     }
   }

@@ -7,169 +7,151 @@ namespace {
 
 using namespace AvoTest;
 using Avo::KnxValueConverter;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 
 constexpr auto kError = log4cplus::ERROR_LOG_LEVEL;
 constexpr auto kInfo = log4cplus::INFO_LOG_LEVEL;
 const KNXDPT kNone(0, 0, 0);
 
-TEST(KnxValueConverter, DefaultDptByValueTypeKeepsItsTwoOddRows) {
-  const struct {
-    VelValueType type;
-    std::uint8_t requestedBits;
-    KNXDPT expected; // kNone: no default, the DPT stays as requested
-  } cases[] = {{ivtFloat, 32, {16, 14, 0}}, {ivtString, 112, {8, 16, 0}}, {ivtFloat, 8, {8, 5, 1}},
-               {ivtFloat, 24, kNone},       {ivtInteger, 16, {16, 8, 0}}, {ivtStepBytes, 99, {4, 3, 7}},
-               {ivtTimeLag, 0, {32, 13, 100}}, {ivtWord, 16, kNone},      {ivtEmpty, 8, kNone}};
-  for (const auto& c : cases) {
-    KNXDPT dpt(c.requestedBits, 0, 0);
-    EXPECT_EQ(KnxValueConverter::GetDefaultMappingDptForValueType(dpt, VELVALUE(c.type)), c.expected != kNone);
-    EXPECT_EQ(dpt, c.expected != kNone ? c.expected : KNXDPT(c.requestedBits, 0, 0)) << c.type;
+/// A converter of the user's own whose Clone fails: its row has no converter.
+struct NullClone final : Avo::KnxConverter {
+  bool ToKnxValue(const KNXDPT&, const VELVALUE&, KnxStack::GroupValue&) const override { return true; }
+  bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, VELVALUE&) const override { return true; }
+  Avo::KnxConverter* Clone() const override { return nullptr; }
+};
+
+std::vector<LogLine> Lines(log4cplus::LogLevel level, const std::vector<std::string>& texts, const char* function) {
+  std::vector<LogLine> lines;
+  for (const std::string& text : texts) {
+    lines.push_back(Line(level, text, function));
   }
+  return lines;
 }
 
-TEST(KnxValueConverter, ValueTypeCompatibilityIsOneWay) {
+// The catalogue registers 20.x, 20.102 and 20.103, and 236.x before 232.x;
+// the added 30.005 has no main.x row.
+TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
+  KnxValueConverter converter = Initialised();
+  converter.AddDptValueMapEntry(30, 5, 8, ivtByte, VelDP::vstNone, Avo::KnxConverterDefault());
   const struct {
-    VelValueType given, expected;
-    bool compatible;
-  } cases[] = {{ivtDateTime, ivtDate, true},    {ivtDate, ivtDateTime, false}, {ivtDate, ivtTime, false},
-               {ivtUtcDateTime, ivtTimeSpan, true}, {ivtDayTime, ivtTime, false}, {ivtPercent, ivtFloat, true},
-               {ivtFloat, ivtInteger, false},   {ivtQWord, ivtWord, true},     {ivtNone, ivtFloat, false}};
+    KNXDPT requested;
+    const char* found; // "0.0": the shared empty entry, after the line
+    const char* line;
+  } cases[] = {{{16, 9, 1}, "9.1", ""},     {{0, 9, 1}, "9.1", ""},      {{16, 9, 29}, "9.0", ""},   {{8, 20, 105}, "20.0", ""},
+               {{8, 20, 103}, "20.103", ""}, {{8, 232, 7}, "232.0", ""}, {{8, 30, 5}, "30.5", ""},   {{8, 30, 7}, "0.0", "30.x"},
+               {{8, 30, 0}, "0.0", "30.0"},  {{8, 99, 1}, "0.0", "99.1"}};
   for (const auto& c : cases) {
-    EXPECT_EQ(KnxValueConverter::AreValueTypesCompatible(c.given, c.expected), c.compatible) << c.given;
-  }
-}
-
-TEST(KnxValueConverter, ToKnxValueCompletesChecksAndAccepts) {
-  const std::vector<LogLine> unknown = {Line(kError, "No Entry found for DPT = 99.1", "GetEntry"),
-                                        Line(kError, "No Entry found for DPT = 99.1", "ToKnxValue"),
-                                        Line(kError, "Assume validity and accept value!", "ToKnxValue")};
-  const struct {
-    KNXDPT dpt;
-    VELVALUE value;
-    bool result;
-    KNXDPT completed;
-    std::vector<LogLine> lines;
-  } cases[] = {
-      {kNone, Byte(7), true, {8, 5, 0}, {}},
-      {{24, 0, 0}, Word(7), false, {24, 10, 1}, {Line(kError, "Invalid value type found for DPT = 10.1 val.ivt=7", "ToKnxValue")}},
-      {kNone, Word(7), false, kNone, {Line(kInfo, "Could not find DPT for bit size 0", "ToKnxValue")}},
-      {{16, 99, 1}, Float(1), true, {16, 99, 1}, unknown},
-      {{16, 9, 1}, Text("x"), false, {16, 9, 1}, {Line(kError, "Invalid value type found for DPT = 9.1 val.ivt=10", "ToKnxValue")}},
-      {{16, 9, 1}, VELVALUE(ivtNone), true, {16, 9, 1}, {}}, // an untyped value skips the type check
-      {{32, 0, 0}, Float(1.5), true, {16, 14, 0}, {}},
-      {{112, 0, 0}, Text("ab"), true, {8, 16, 0}, {}},
-  };
-  const KnxStack::GroupValue untouched = Group({0xAA}, 8);
-  for (const auto& c : cases) {
-    ScopedLogCapture capture(kInfo);
-    KNXDPT dpt = c.dpt;
-    KnxStack::GroupValue gv = untouched;
-    EXPECT_EQ(Initialised().ToKnxValue(dpt, c.value, gv), c.result) << c.dpt;
-    EXPECT_EQ(dpt, c.completed);
-    EXPECT_THAT(capture.Lines(), ElementsAreArray(c.lines)) << c.dpt;
-    EXPECT_EQ(gv != untouched, c.result && c.lines.empty()) << c.dpt;
-  }
-}
-
-TEST(KnxValueConverter, FromKnxValueCompletesAndChecksTheBitSize) {
-  const KnxStack::GroupValue shortForm = Group({0x01}, 6), oneByte = Group({0x01}, 8);
-  const std::string unexpected = "Failed to convert a GroupValue for DPT ";
-  const struct {
-    KNXDPT dpt;
-    KnxStack::GroupValue gv;
-    bool result;
-    KNXDPT completed;
-    std::vector<LogLine> lines;
-    VelValueType type; // of the value afterwards
-  } cases[] = {
-      {kNone, shortForm, false, kNone, {Line(kError, "Convert from KNX value failed. Missing DPT. GroupValue = 01", "FromKnxValue")}, ivtEmpty},
-      {{6, 0, 0}, shortForm, false, {6, 0, 0}, {Line(kInfo, "Could not find DPT for bit size 6", "FromKnxValue")}, ivtEmpty},
-      {{1, 1, 1}, shortForm, true, {1, 1, 1}, {}, ivtBool},
-      {{1, 1, 1}, oneByte, false, {1, 1, 1}, {Line(kError, unexpected + "1.1 because of unexpected bit size: 8, expected: 1", "FromKnxValue")}, ivtBool},
-      {{16, 9, 1}, Group({0, 0, 0, 0}, 32), false, {16, 9, 1},
-       {Line(kError, unexpected + "9.1 because of unexpected bit size: 32, expected: 16", "FromKnxValue")}, ivtFloat},
-      {kNone, Group({0x0C, 0x33}, 16), true, {16, 9, 0}, {}, ivtFloat},
-      {{8, 99, 1}, oneByte, true, {8, 99, 1},
-       {Line(kError, "No Entry found for DPT = 99.1", "GetEntry"), Line(kError, "No Entry found for DPT = 99.1", "FromKnxValue"),
-        Line(kError, "Assume validity and accept value!", "FromKnxValue")}, ivtEmpty},
-  };
-  for (const auto& c : cases) {
-    ScopedLogCapture capture(kInfo);
-    KNXDPT dpt = c.dpt;
-    VELVALUE value;
-    EXPECT_EQ(Initialised().FromKnxValue(dpt, c.gv, value), c.result) << c.dpt;
-    EXPECT_EQ(dpt, c.completed);
-    EXPECT_THAT(capture.Lines(), ElementsAreArray(c.lines)) << c.dpt;
-    EXPECT_EQ(value.ivt, c.type) << c.dpt;
-  }
-}
-
-TEST(KnxValueConverter, ShortFormReachesTheConverterWithItsTrueSize) {
-  KnxValueConverter converter;
-  converter.AddDptValueMapEntry(3, 0, 4, ivtByte, VelDP::vstNone, TestConverter(3));
-  for (const auto& [size, seen] : {std::pair<unsigned, const char*>{6, "4:0B"}, {4, "4:0B"}, {2, "2:0B"}}) {
-    KNXDPT dpt(4, 3, 7);
-    VELVALUE value;
-    EXPECT_TRUE(converter.FromKnxValue(dpt, Group({0x0B}, size), value));
-    EXPECT_EQ(value.strVal, seen);
-  }
-}
-
-TEST(KnxValueConverter, ConverterFailuresBecomeOneLineAndFalse) {
-  using Mode = TestConverter::Mode;
-  VELVALUE typed;
-  typed.ivt = ivtBool;
-  const std::string null = "NULL pointer as KnxConverter for DPT = 1.1";
-  const struct {
-    Mode mode;
-    std::string toLine, fromLine;
-  } cases[] = {
-      {Mode::Refuse, "Convert to KNX value failed for DPT = 1.1 val = " + Bool(true).ToString(),
-       "Convert from KNX value failed for DPT = 1.1 GroupValue = 01"},
-      {Mode::Throw, "Exception caught during conversion of VELVALUE to GroupValue: bad bits",
-       "Exception caught during conversion of GroupValue: bad bits(DPT: 1.1, Value: " + typed.ToString() + ")"},
-      {Mode::CloneToNull, null, null}};
-  for (const auto& c : cases) {
-    KnxValueConverter converter;
-    converter.AddDptValueMapEntry(1, 0, 1, ivtBool, VelDP::vstNone, TestConverter(1, c.mode));
     ScopedLogCapture capture;
-    KNXDPT to(1, 1, 1), from(1, 1, 1);
-    KnxStack::GroupValue out;
-    VELVALUE value;
-    EXPECT_FALSE(converter.ToKnxValue(to, Bool(true), out) || converter.FromKnxValue(from, Group({0x01}, 1), value));
-    EXPECT_THAT(capture.Lines(), ElementsAre(Line(kError, c.toLine, "ToKnxValue"), Line(kError, c.fromLine, "FromKnxValue")));
+    const Avo::DptValueEntry& row = converter.GetEntry(c.requested);
+    EXPECT_EQ(row.GetDpt().ToString(), c.found) << c.requested;
+    EXPECT_EQ(&row == &Avo::DptValueMap::GetEmptyEntry(), *c.line != '\0') << c.requested;
+    const std::vector<std::string> errors(*c.line ? 1 : 0, std::string("No Entry found for DPT = ") + c.line);
+    EXPECT_EQ(capture.Lines(), Lines(kError, errors, "GetEntry"));
   }
+  const Avo::DptValueEntry& empty = Avo::DptValueMap::GetEmptyEntry();
+  EXPECT_TRUE(empty.GetDpt() == kNone && empty.GetValueType() == ivtEmpty && empty.GetValueSubType() == 0);
+  EXPECT_NE(dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()), nullptr);
 }
 
+// Copies clone again; the suite runs under LeakSanitizer for the rest.
+TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
+  const Avo::KnxConverter1Bit first;
+  KnxValueConverter converter;
+  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 8, ivtString, VelDP::vstAsciiString, first));
+  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 16, ivtByte, VelDP::vstLatin1String, Avo::KnxConverter2Bit()));
+  const Avo::DptValueEntry& row = converter.GetEntry({8, 4, 1});
+  EXPECT_TRUE(row.GetDpt() == KNXDPT(8, 4, 1) && row.GetValueType() == ivtString && row.GetValueSubType() == VelDP::vstAsciiString);
+  EXPECT_TRUE(dynamic_cast<const Avo::KnxConverter1Bit*>(row.GetConverter()) != nullptr && row.GetConverter() != &first);
+  KnxValueConverter copy(converter);
+  Avo::DptValueEntry rowCopy(row);
+  copy = converter;
+  rowCopy = row;
+  EXPECT_TRUE(copy.GetEntry({8, 4, 1}).GetConverter() != row.GetConverter() && rowCopy.GetConverter() != row.GetConverter());
+}
+
+/// Converts `value` for `dpt` through `converter`: the result, the DPT as
+/// completed, the ERROR lines; the group value is written only by a
+/// conversion that succeeds without a line.
+void ExpectTo(KNXDPT dpt, const VELVALUE& value, bool result, const KNXDPT& completed,
+              const std::vector<std::string>& errors, const KnxValueConverter& converter = Initialised()) {
+  SCOPED_TRACE(dpt.ToString() + " " + value.ToString());
+  ScopedLogCapture capture(kInfo);
+  const KnxStack::GroupValue untouched = Group({0xAA}, 8);
+  KnxStack::GroupValue gv = untouched;
+  EXPECT_EQ(converter.ToKnxValue(dpt, value, gv), result);
+  EXPECT_EQ(dpt, completed);
+  EXPECT_EQ(capture.Lines(), Lines(kError, errors, "ToKnxValue"));
+  EXPECT_EQ(gv != untouched, result && errors.empty());
+}
+
+/// Reads `gv` for `dpt` through `converter`: the result, the DPT as completed,
+/// the ERROR lines, and the value afterwards.
+void ExpectFrom(KNXDPT dpt, const KnxStack::GroupValue& gv, bool result, const KNXDPT& completed,
+                const std::vector<std::string>& errors, const VELVALUE& expected,
+                const KnxValueConverter& converter = Initialised()) {
+  SCOPED_TRACE(dpt.ToString() + " " + gv.GetRawData().ToString());
+  ScopedLogCapture capture(kInfo);
+  VELVALUE value;
+  EXPECT_EQ(converter.FromKnxValue(dpt, gv, value), result);
+  EXPECT_EQ(dpt, completed);
+  EXPECT_EQ(capture.Lines(), Lines(kError, errors, "FromKnxValue"));
+  value.status = expected.status; // set at construction, no concern of the conversion
+  EXPECT_EQ(value, expected);
+}
+
+// A DPT without main number is chosen by the value's type, then by the bit
+// size. Kept: a float asked for at 32 bits gets 14.000 at 16 bits, a string
+// at 112 bits 16.000 at 8 bits. A value without type skips the type check,
+// which is one-way: given 13 accepts 11, given 11 accepts neither 13 nor 12.
+TEST(KnxValueConverter, ToKnxValueCompletesTheDptAndChecksTheType) {
+  // clang-format off
+  ExpectTo(kNone, Byte(7), true, {8, 5, 0}, {});
+  ExpectTo({32, 0, 0}, Float(1.5), true, {16, 14, 0}, {});
+  ExpectTo({112, 0, 0}, Text("ab"), true, {8, 16, 0}, {});
+  ExpectTo({8, 0, 0}, Float(1), false, {8, 5, 1}, {"Invalid value type found for DPT = 5.1 val.ivt=3"});
+  ExpectTo({24, 0, 0}, Word(7), false, {24, 10, 1}, {"Invalid value type found for DPT = 10.1 val.ivt=7"});
+  ExpectTo({16, 9, 1}, VELVALUE(ivtNone), true, {16, 9, 1}, {});
+  // clang-format on
+  EXPECT_TRUE(KnxValueConverter::AreValueTypesCompatible(ivtDateTime, ivtDate));
+  EXPECT_FALSE(KnxValueConverter::AreValueTypesCompatible(ivtDate, ivtDateTime));
+  EXPECT_FALSE(KnxValueConverter::AreValueTypesCompatible(ivtDate, ivtTime));
+}
+
+// A refusal of the row's converter, an exception of the group value, or a row
+// without converter: one more line, and false.
+TEST(KnxValueConverter, ConverterFailuresBecomeOneLineAndFalse) {
+  KnxValueConverter withoutConverter;
+  withoutConverter.AddDptValueMapEntry(1, 0, 1, ivtBool, VelDP::vstNone, NullClone());
+  const VELVALUE month13 = Make(ivtDate, &VELVALUE::tmVal, VELTIME{2000, 13, 1, 0, 0, 0, 0, 0, 0, true, true});
+  const std::string null = "NULL pointer as KnxConverter for DPT = 1.1";
+  // clang-format off
+  ExpectTo({8, 5, 6}, Byte(255), false, {8, 5, 6}, {"Value out of raw range [0..254] for DPT 5.006: 255",
+           "Convert to KNX value failed for DPT = 5.6 val = " + Byte(255).ToString()});
+  ExpectFrom({8, 5, 6}, Group({0xFF}, 8), false, {8, 5, 6}, {"Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255",
+             "Convert from KNX value failed for DPT = 5.6 GroupValue = FF"}, Typed(ivtByte));
+  ExpectTo({24, 11, 1}, month13, false, {24, 11, 1},
+           {"Exception caught during conversion of VELVALUE to GroupValue: SetAsDate: month 13 is outside 1..12"});
+  ExpectFrom({112, 16, 1}, Group({'A'}, 112), false, {112, 16, 1}, {"Exception caught during conversion of GroupValue: GetAsString14: the "
+             "encoding needs 14 byte(s), but the value holds 1(DPT: 16.1, Value: " + Typed(ivtString).ToString() + ")"}, Typed(ivtString));
+  ExpectTo({1, 1, 1}, Bool(true), false, {1, 1, 1}, {null}, withoutConverter);
+  ExpectFrom({1, 1, 1}, Group({1}, 1), false, {1, 1, 1}, {null}, Typed(ivtBool), withoutConverter);
+  // clang-format on
+}
+
+// The text form picks the default DPT: by the value's type, then by the
+// size, whose low 8 bits only count; reading, by the group value's size.
 TEST(AvoKnxValueConverter, TextFormChoosesTheDefaultDpt) {
   Avo::AvoKnxValueConverter converter;
   converter.Init();
-  VELVALUE decoded; // as FromKnxValue fills it: a default record given a type
-  decoded.ivt = ivtFloat;
-  decoded.dblVal = 21.5;
   std::string text = "unchanged", serialised, character;
-  decoded.Serialize(serialised, false);
-  EXPECT_TRUE(converter.FromKnxValue(Group({0x0C, 0x33}, 16), text, false)); // 9.000
-  EXPECT_EQ(text, serialised);
-  text = "unchanged";
-  ScopedLogCapture capture(kInfo);
-  EXPECT_FALSE(converter.FromKnxValue(Group({0x01}, 6), text, false));
-  EXPECT_EQ(text, "unchanged");
-  EXPECT_THAT(capture.Lines(), ElementsAre(Line(kInfo, "Could not find DPT for bit size 6", "FromKnxValue")));
-
+  Typed(ivtFloat).Serialize(serialised, false);
   Text("A").Serialize(character, true);
-  for (const unsigned long bits : {8UL, 264UL}) { // only the low 8 bits count: 4.001
-    KnxStack::GroupValue gv;
-    EXPECT_TRUE(converter.ToKnxValue(character, bits, gv));
-    EXPECT_EQ(gv, Group({0x41}, 8));
-  }
   KNXDPT dpt = kNone;
-  KnxStack::GroupValue gv;
-  EXPECT_TRUE(converter.ToKnxValue(dpt, serialised, gv));
-  EXPECT_EQ(dpt, KNXDPT(16, 9, 0)); // completed in place
-  EXPECT_EQ(gv, Group({0x0C, 0x33}, 16));
+  KnxStack::GroupValue gv, byte, bytes264;
+  EXPECT_FALSE(converter.FromKnxValue(Group({0x01}, 6), text, false) || text != "unchanged");
+  EXPECT_TRUE(converter.FromKnxValue(Group({0x00, 0x00}, 16), text, false) && text == serialised); // 9.000
+  EXPECT_TRUE(converter.ToKnxValue(character, 8, byte) && converter.ToKnxValue(character, 264, bytes264)); // 4.001
+  EXPECT_TRUE(byte == Group({0x41}, 8) && bytes264 == byte);
+  EXPECT_TRUE(converter.ToKnxValue(dpt, serialised, gv) && gv == Group({0x00, 0x00}, 16) && dpt == KNXDPT(16, 9, 0));
 }
 
 } // namespace
