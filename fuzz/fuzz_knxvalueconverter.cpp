@@ -4,39 +4,22 @@
 //
 // Input: byte 0 picks the operation; then the DPT's bit size (1 byte), main
 // number (2), sub number (2), the group value's defined size (2) and the value
-// type (2), big-endian; the rest is the payload (group value bytes, or value
-// area and text, or the serialised text).
+// type (2), big-endian; the rest is the payload: the group value's bytes, the
+// serialised text, or a record's value area (the size of a VELTIME, in the
+// host's layout) followed by its text.
 #include "AvoObjectModel/KnxValueConverter.h"
 #include "Avo/Logging.h"
 
 #include <log4cplus/nullappender.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring> // std::memcpy
 #include <string>
+#include <vector>
 
 namespace {
-
-class Input {
-public:
-  Input(const std::uint8_t* data, std::size_t size) : m_data(data), m_size(size) {}
-
-  unsigned Take(std::size_t bytes) {
-    unsigned value = 0;
-    for (std::size_t i = 0; i < bytes; ++i) {
-      value = (value << 8) | (m_position < m_size ? m_data[m_position++] : 0U);
-    }
-    return value;
-  }
-  const std::uint8_t* Rest() const { return m_data + m_position; }
-  std::size_t RestSize() const { return m_size - m_position; }
-
-private:
-  const std::uint8_t* m_data;
-  std::size_t m_size;
-  std::size_t m_position = 0;
-};
 
 const Avo::AvoKnxValueConverter& Converter() {
   static const Avo::AvoKnxValueConverter converter = [] {
@@ -52,67 +35,47 @@ const Avo::AvoKnxValueConverter& Converter() {
   return converter;
 }
 
-VELVALUE MakeValue(VelValueType type, const std::uint8_t* payload, std::size_t size) {
+/// A record whose value area (every member lies in it) holds the first bytes
+/// of `payload`, the time's flags kept to valid booleans, and whose text the rest.
+VELVALUE RecordOf(VelValueType type, const std::string& payload) {
   VELVALUE value(type);
-  Input in(payload, size);
-  if (type == ivtDate || type == ivtTime || type == ivtDateTime || type == ivtDayTime ||
-      type == ivtTimestamp || type == ivtTimeSpan || type == ivtDayDate || type == ivtUtcDateTime) {
-    VELTIME& t = value.tmVal;
-    t.year = static_cast<std::uint16_t>(in.Take(2));
-    t.month = static_cast<std::uint8_t>(in.Take(1));
-    t.day = static_cast<std::uint8_t>(in.Take(1));
-    t.hour = static_cast<std::uint8_t>(in.Take(1));
-    t.minute = static_cast<std::uint8_t>(in.Take(1));
-    t.second = static_cast<std::uint8_t>(in.Take(1));
-    t.weekday = static_cast<std::uint16_t>(in.Take(2));
-  } else {
-    std::uint8_t area[sizeof(double)] = {};
-    for (std::uint8_t& byte : area) {
-      byte = static_cast<std::uint8_t>(in.Take(1));
-    }
-    std::memcpy(&value.dblVal, area, sizeof(area)); // every member but the time lies in these bytes
-  }
-  value.strVal.assign(reinterpret_cast<const char*>(in.Rest()), in.RestSize());
+  std::uint8_t area[sizeof(VELTIME)] = {};
+  const std::size_t used = std::min(payload.size(), sizeof(area));
+  std::memcpy(area, payload.data(), used);
+  std::memcpy(&value.tmVal, area, sizeof(area));
+  value.tmVal.isLocalTime = (area[offsetof(VELTIME, isLocalTime)] & 1U) != 0;
+  value.tmVal.isValid = (area[offsetof(VELTIME, isValid)] & 1U) != 0;
+  value.strVal = payload.substr(used);
   return value;
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const Avo::AvoKnxValueConverter& converter = Converter();
-  Input in(data, size);
-  const unsigned operation = in.Take(1) % 4;
-  KNXDPT dpt;
-  dpt.bitSize = static_cast<std::uint8_t>(in.Take(1));
-  dpt.mainNumber = static_cast<std::uint16_t>(in.Take(2));
-  dpt.subNumber = static_cast<std::uint16_t>(in.Take(2));
-  const unsigned definedSize = in.Take(2);
-  const auto type = static_cast<VelValueType>(in.Take(2));
-  const KnxStack::BinaryData bytes(in.Rest(), static_cast<unsigned>(in.RestSize()));
-  const KnxStack::GroupValue group(bytes, definedSize);
-  const std::string text(reinterpret_cast<const char*>(in.Rest()), in.RestSize());
-
-  switch (operation) {
-  case 0: {
-    VELVALUE value(type);
-    converter.FromKnxValue(dpt, group, value);
+  std::uint8_t header[10] = {};
+  const std::size_t headerSize = std::min(size, sizeof(header));
+  std::memcpy(header, data, headerSize);
+  const auto word = [&header](int at) { return static_cast<std::uint16_t>(header[at] << 8 | header[at + 1]); };
+  KNXDPT dpt(header[1], word(2), word(4));
+  const unsigned definedSize = word(6);
+  const std::string payload(reinterpret_cast<const char*>(data) + headerSize, size - headerSize);
+  const KnxStack::GroupValue group(KnxStack::BinaryData(std::vector<std::uint8_t>(payload.begin(), payload.end())),
+                                   definedSize);
+  VELVALUE value(static_cast<VelValueType>(word(8)));
+  KnxStack::GroupValue out;
+  std::string serialised;
+  switch (header[0] % 4) {
+  case 0:
+    Converter().FromKnxValue(dpt, group, value);
     break;
-  }
-  case 1: {
-    KnxStack::GroupValue out;
-    converter.ToKnxValue(dpt, MakeValue(type, in.Rest(), in.RestSize()), out);
+  case 1:
+    Converter().ToKnxValue(dpt, RecordOf(value.ivt, payload), out);
     break;
-  }
-  case 2: {
-    KnxStack::GroupValue out;
-    converter.ToKnxValue(text, definedSize, out);
+  case 2:
+    Converter().ToKnxValue(payload, definedSize, out);
     break;
-  }
-  default: {
-    std::string serialised;
-    converter.FromKnxValue(group, serialised, (definedSize & 1U) != 0);
-    break;
-  }
+  default:
+    Converter().FromKnxValue(group, serialised, (definedSize & 1U) != 0);
   }
   return 0;
 }
