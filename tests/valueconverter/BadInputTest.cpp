@@ -12,6 +12,7 @@ namespace {
 using namespace AvoTest;
 using Avo::KnxValueConverter;
 using Outcome = std::pair<bool, std::vector<LogLine>>; // the result and the lines, INFO and up
+constexpr auto kError = log4cplus::ERROR_LOG_LEVEL;
 
 template <class Conversion>
 Outcome Converted(Conversion convert) {
@@ -20,7 +21,7 @@ Outcome Converted(Conversion convert) {
   EXPECT_NO_THROW(result = convert());
   return {result, capture.Lines()};
 }
-Outcome Refused(const std::string& text, const char* function, log4cplus::LogLevel level = log4cplus::ERROR_LOG_LEVEL) {
+Outcome Refused(const std::string& text, const char* function, log4cplus::LogLevel level = kError) {
   return {false, {Line(level, text, function)}};
 }
 
@@ -34,8 +35,8 @@ TEST(BadInput, UnknownDptsAreAcceptedUntouched) {
     if (Converted([&] { return Initialised().GetEntry(dpt).GetValueType() == ivtEmpty; }).first) {
       const std::string noEntry = "No Entry found for DPT = " + dpt.ToString();
       const auto accepted = [&](const char* function) {
-        return Outcome(true, {Line(log4cplus::ERROR_LOG_LEVEL, noEntry, "GetEntry"), Line(log4cplus::ERROR_LOG_LEVEL, noEntry, function),
-                              Line(log4cplus::ERROR_LOG_LEVEL, "Assume validity and accept value!", function)});
+        return Outcome(true, {Line(kError, noEntry, "GetEntry"), Line(kError, noEntry, function),
+                              Line(kError, "Assume validity and accept value!", function)});
       };
       EXPECT_EQ(Converted([&] { return Initialised().ToKnxValue(dpt, Float(1.0), gv); }), accepted("ToKnxValue"));
       EXPECT_EQ(Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); }), accepted("FromKnxValue"));
@@ -53,12 +54,10 @@ TEST(BadInput, DptZeroWithEveryBitSizeTakesTheSizeDefaultOrRefuses) {
     const auto hit = defaults.find(bits);
     KNXDPT to(static_cast<std::uint8_t>(bits), 0, 0), from = to;
     const KNXDPT expected = hit != defaults.end() ? hit->second : to;
-    KnxStack::GroupValue written;
     VELVALUE value;
-    const Outcome out = Converted([&] { return Initialised().ToKnxValue(to, VELVALUE(), written); });
-    const Outcome in = Converted([&] {
-      return Initialised().FromKnxValue(from, Group(std::vector<std::uint8_t>((bits + 7) / 8, 0xFF), bits), value);
-    });
+    KnxStack::GroupValue gv = Group(std::vector<std::uint8_t>((bits + 7) / 8, 0xFF), bits);
+    const Outcome in = Converted([&] { return Initialised().FromKnxValue(from, gv, value); });
+    const Outcome out = Converted([&] { return Initialised().ToKnxValue(to, VELVALUE(), gv); });
     EXPECT_TRUE(to == expected && from == expected) << bits;
     const std::string noDpt = "Could not find DPT for bit size " + std::to_string(bits);
     if (hit == defaults.end()) {
@@ -69,35 +68,33 @@ TEST(BadInput, DptZeroWithEveryBitSizeTakesTheSizeDefaultOrRefuses) {
   }
 }
 
-// The value's type is set before the size check.
-TEST(BadInput, GroupValuesOfEverySizeForEveryMainNumber) {
+// Every row meets group values of every defined size (with their bytes, and
+// with none) and records of every value type. The value's type is set before
+// the size check.
+TEST(BadInput, EveryRowMeetsGroupValuesOfEverySizeAndRecordsOfEveryType) {
   for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
     const unsigned expected = KnxValueConverter::GetStandardBitSize(row.GetDpt().mainNumber);
+    KNXDPT dpt = row.GetDpt();
     for (unsigned size = 0; size < 256; ++size) {
       for (const std::size_t byteCount : {0U, (size + 7) / 8}) {
-        KNXDPT dpt = row.GetDpt();
         VELVALUE value;
         const KnxStack::GroupValue gv = Group(std::vector<std::uint8_t>(byteCount, 0xA5), size);
         const Outcome in = Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); });
         if (expected <= 6 ? size > 6 : size != expected) {
-          EXPECT_EQ(in, Refused("Failed to convert a GroupValue for DPT " + dpt.ToString() + " because of unexpected bit size: " +
-                                    std::to_string(size) + ", expected: " + std::to_string(expected), "FromKnxValue"));
+          EXPECT_EQ(in, Refused("Failed to convert a GroupValue for DPT " + dpt.ToString() + " because of unexpected bit " +
+                                    "size: " + std::to_string(size) + ", expected: " + std::to_string(expected), "FromKnxValue"));
           EXPECT_EQ(value.ivt, row.GetValueType());
         }
       }
     }
-  }
-}
-
-TEST(BadInput, RecordsOfEveryValueTypeForEveryRow) {
-  for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
-    for (int type : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 20, 102, 104, 105, 201, 1005, 1021, 1036, 1037, 1039, 4711}) {
-      KNXDPT dpt = row.GetDpt();
+    for (int type :
+         {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 20, 102, 104, 105, 201, 1005, 1021, 1036, 1037, 1039, 4711}) {
       const VELVALUE value = Make(static_cast<VelValueType>(type), &VELVALUE::strVal, "\xFF\xC3");
       KnxStack::GroupValue gv;
       const Outcome out = Converted([&] { return Initialised().ToKnxValue(dpt, value, gv); });
       if (type != ivtNone && !KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {
-        EXPECT_EQ(out, Refused("Invalid value type found for DPT = " + dpt.ToString() + " val.ivt=" + std::to_string(type), "ToKnxValue"));
+        const std::string invalid = "Invalid value type found for DPT = " + dpt.ToString() + " val.ivt=" + std::to_string(type);
+        EXPECT_EQ(out, Refused(invalid, "ToKnxValue"));
       }
     }
   }
