@@ -22,7 +22,6 @@ VELVALUE Character(unsigned byte) { // one Latin-1 character in UTF-8
 // mode field must be one-hot. Only 5.006 is checked on the way out, with a
 // text of its own.
 TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
-  const std::string to255 = "Value out of raw range [0..254] for DPT 5.006: 255";
   const std::string from255 = "Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255";
   for (unsigned raw = 0; raw < 256; ++raw) {
     const Bytes byte{Bytes::value_type(raw)};
@@ -31,16 +30,14 @@ TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
     const std::string mode =
         oneHot ? "" : "The internal value of DPT=6.20, f=" + std::to_string(raw % 8) + " is out of the allowed range.";
     // clang-format off
-    Check({
-        {Both, kLatin1, Dpt(4, 2), Character(raw), byte, ""},
-        {Both, kAscii, Dpt(4, 1), Character(raw), byte, notAscii},
-        {Both, kUnsigned, Dpt(5, 1), Byte(raw), byte, ""},
-        {To, kUpTo254, Dpt(5, 6), Byte(raw), below255 ? byte : Bytes(), below255 ? "" : to255},
-        {From, kUpTo254, Dpt(5, 6), below255 ? Byte(raw) : VELVALUE(), byte, below255 ? "" : from255},
-        {Both, kSigned, Dpt(6, 1), Integer(static_cast<std::int8_t>(raw)), byte, ""},
-        {To, kStatus, Dpt(6, 20), Byte(raw), byte, mode},
-        {From, kStatus, Dpt(6, 20), oneHot ? Byte(raw) : VELVALUE(), byte, mode},
-    });
+    Check({{Both, kLatin1, Dpt(4, 2), Character(raw), byte, ""},
+           {Both, kAscii, Dpt(4, 1), Character(raw), byte, notAscii},
+           {Both, kUnsigned, Dpt(5, 1), Byte(raw), byte, ""},
+           {To, kUpTo254, Dpt(5, 6), Byte(raw), below255 ? byte : Bytes(), below255 ? "" : "Value out of raw range [0..254] for DPT 5.006: 255"},
+           {From, kUpTo254, Dpt(5, 6), below255 ? Byte(raw) : VELVALUE(), byte, below255 ? "" : from255},
+           {Both, kSigned, Dpt(6, 1), Integer(static_cast<std::int8_t>(raw)), byte, ""},
+           {To, kStatus, Dpt(6, 20), Byte(raw), byte, mode},
+           {From, kStatus, Dpt(6, 20), oneHot ? Byte(raw) : VELVALUE(), byte, mode}});
     // clang-format on
   }
 }
@@ -51,23 +48,21 @@ TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
 TEST(ByteConverters, AcceptanceRules) {
   const std::string signedByte = "Wrong vel value type (ivtInteger) or DPT main number (6.x)!";
   // clang-format off
-  Check({
-      {To, kLatin1, Dpt(5, 1), Text("a"), {}, "Wrong vel value type (ivtString) or DPT main number (4.x)!"},
-      {To, kLatin1, Dpt(4, 2), Text("\xC3\xA9t\xC3\xA9"), {0xE9}, ""},
-      {To, kLatin1, Dpt(4, 2), Text(""), {0x00}, ""},
-      {From, kLatin1, Dpt(5, 1), VELVALUE(), {0x41}, "Wrong DPT main number (4.x)!"},
-      {To, kUnsigned, Dpt(5, 1), Integer(1), {}, "Wrong vel value type (ivtByte)!"},
-      {To, kUpTo254, Dpt(9, 6), Byte(255), {0xFF}, ""},
-      {To, kSigned, Dpt(6, 1), Integer(300), {0x2C}, ""},
-      {To, kSigned, Dpt(8, 1), Integer(1), {}, signedByte},
-      {To, kSigned, Dpt(6, 1), Byte(1), {}, signedByte},
-      {From, kSigned, Dpt(9, 1), Integer(-1), {0xFF}, ""},
-      {To, kStatus, Dpt(9, 20), Integer(4), {0x04}, ""},
-      {To, kStatus, Dpt(6, 1), Integer(4), {0x04}, ""},
-      {To, kStatus, Dpt(5, 1), Integer(4), {}, "Wrong vel value type (ivtByte) or DPT main number (6.020)!"},
-      {From, kStatus, Dpt(9, 20), Byte(1), {0x01}, ""},
-      {From, kStatus, Dpt(5, 1), VELVALUE(), {0x01}, "Wrong DPT main number (6.020)!"},
-  });
+  Check({{To, kLatin1, Dpt(5, 1), Text("a"), {}, "Wrong vel value type (ivtString) or DPT main number (4.x)!"},
+         {To, kLatin1, Dpt(4, 2), Text("\xC3\xA9t\xC3\xA9"), {0xE9}, ""},
+         {To, kLatin1, Dpt(4, 2), Text(""), {0x00}, ""},
+         {From, kLatin1, Dpt(5, 1), VELVALUE(), {0x41}, "Wrong DPT main number (4.x)!"},
+         {To, kUnsigned, Dpt(5, 1), Integer(1), {}, "Wrong vel value type (ivtByte)!"},
+         {To, kUpTo254, Dpt(9, 6), Byte(255), {0xFF}, ""},
+         {To, kSigned, Dpt(6, 1), Integer(300), {0x2C}, ""},
+         {To, kSigned, Dpt(8, 1), Integer(1), {}, signedByte},
+         {To, kSigned, Dpt(6, 1), Byte(1), {}, signedByte},
+         {From, kSigned, Dpt(9, 1), Integer(-1), {0xFF}, ""},
+         {To, kStatus, Dpt(9, 20), Integer(4), {0x04}, ""},
+         {To, kStatus, Dpt(6, 1), Integer(4), {0x04}, ""},
+         {To, kStatus, Dpt(5, 1), Integer(4), {}, "Wrong vel value type (ivtByte) or DPT main number (6.020)!"},
+         {From, kStatus, Dpt(9, 20), Byte(1), {0x01}, ""},
+         {From, kStatus, Dpt(5, 1), VELVALUE(), {0x01}, "Wrong DPT main number (6.020)!"}});
   // clang-format on
 }
 

@@ -36,24 +36,22 @@ TEST(FloatConverters, EveryTwoByteCode) {
 // comes in as no value.
 TEST(FloatConverters, AcceptanceRangeAndNoValue) {
   // clang-format off
-  Check({
-      {To, kUpTo1000, Dpt(9, 1), Float(1000.0), {0x36, 0x1A}, ""},
-      {To, kUpTo1000, Dpt(9, 1), Float(-300.0), {}, OutOfRange(-300.0)},
-      {To, kUpTo1000, Dpt(9, 1), Float(kNaN), {}, OutOfRange(kNaN)},
-      {To, kUpTo1000, Dpt(5, 1), Integer(1), {}, "Wrong DPT main number (9.x) or vel value type (ivtFloat)!"},
-      {To, kUpTo1000, Dpt(5, 1), Float(21.5), {0x0C, 0x33}, ""},
-      {To, kUpTo1000, Dpt(9, 1), Integer(0), {0x00, 0x00}, ""},
-      {To, kUpTo1000, Dpt(5, 1), Float(5000, ivtNone), {0x7F, 0xFF}, ""},
-      {From, kUpTo1000, Dpt(5, 1), Float(21.5, kUntyped), {0x0C, 0x33}, ""},
-      {To, kSingle, Dpt(14, 1), Float(0.0, ivtNone), {0x7F, 0xC0, 0x00, 0x00}, ""},
-      {To, kSingle, Dpt(14, 1), Float(kNaN), {0x7F, 0xC0, 0x00, 0x00}, ""},
-      {To, kSingle, Dpt(3, 1), Float(-1e39), {0xFF, 0x80, 0x00, 0x00}, ""},
-      {To, kSingle, Dpt(14, 1), Integer(0), {0x00, 0x00, 0x00, 0x00}, ""},
-      {To, kSingle, Dpt(9, 1), Integer(1), {}, "Wrong DPT main number (14.x) or vel value type (ivtFloat)!"},
-      {From, kSingle, Dpt(14, 1), kNoValue, {0x7F, 0xC0, 0x00, 0x00}, ""},
-      {From, kSingle, Dpt(14, 1), Float(-std::numeric_limits<double>::infinity()), {0xFF, 0x80, 0x00, 0x00}, ""},
-      {From, kSingle, Dpt(9, 1), VELVALUE(), {0x3D, 0xCC, 0xCC, 0xCD}, "Wrong DPT main number (14.x)!"},
-  });
+  Check({{To, kUpTo1000, Dpt(9, 1), Float(1000.0), {0x36, 0x1A}, ""},
+         {To, kUpTo1000, Dpt(9, 1), Float(-300.0), {}, OutOfRange(-300.0)},
+         {To, kUpTo1000, Dpt(9, 1), Float(kNaN), {}, OutOfRange(kNaN)},
+         {To, kUpTo1000, Dpt(5, 1), Integer(1), {}, "Wrong DPT main number (9.x) or vel value type (ivtFloat)!"},
+         {To, kUpTo1000, Dpt(5, 1), Float(21.5), {0x0C, 0x33}, ""},
+         {To, kUpTo1000, Dpt(9, 1), Integer(0), {0x00, 0x00}, ""},
+         {To, kUpTo1000, Dpt(5, 1), Float(5000, ivtNone), {0x7F, 0xFF}, ""},
+         {From, kUpTo1000, Dpt(5, 1), Float(21.5, kUntyped), {0x0C, 0x33}, ""},
+         {To, kSingle, Dpt(14, 1), Float(0.0, ivtNone), {0x7F, 0xC0, 0x00, 0x00}, ""},
+         {To, kSingle, Dpt(14, 1), Float(kNaN), {0x7F, 0xC0, 0x00, 0x00}, ""},
+         {To, kSingle, Dpt(3, 1), Float(-1e39), {0xFF, 0x80, 0x00, 0x00}, ""},
+         {To, kSingle, Dpt(14, 1), Integer(0), {0x00, 0x00, 0x00, 0x00}, ""},
+         {To, kSingle, Dpt(9, 1), Integer(1), {}, "Wrong DPT main number (14.x) or vel value type (ivtFloat)!"},
+         {From, kSingle, Dpt(14, 1), kNoValue, {0x7F, 0xC0, 0x00, 0x00}, ""},
+         {From, kSingle, Dpt(14, 1), Float(-std::numeric_limits<double>::infinity()), {0xFF, 0x80, 0x00, 0x00}, ""},
+         {From, kSingle, Dpt(9, 1), VELVALUE(), {0x3D, 0xCC, 0xCC, 0xCD}, "Wrong DPT main number (14.x)!"}});
   // clang-format on
 }
 
