@@ -10,7 +10,6 @@
 namespace {
 
 using namespace AvoTest;
-using Avo::KnxValueConverter;
 using Outcome = std::pair<bool, std::vector<LogLine>>; // the result and the lines, INFO and up
 constexpr auto kError = log4cplus::ERROR_LOG_LEVEL;
 
@@ -73,7 +72,7 @@ TEST(BadInput, DptZeroWithEveryBitSizeTakesTheSizeDefaultOrRefuses) {
 // the size check.
 TEST(BadInput, EveryRowMeetsGroupValuesOfEverySizeAndRecordsOfEveryType) {
   for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
-    const unsigned expected = KnxValueConverter::GetStandardBitSize(row.GetDpt().mainNumber);
+    const unsigned expected = Avo::KnxValueConverter::GetStandardBitSize(row.GetDpt().mainNumber);
     KNXDPT dpt = row.GetDpt();
     for (unsigned size = 0; size < 256; ++size) {
       for (const std::size_t byteCount : {0U, (size + 7) / 8}) {
@@ -92,7 +91,7 @@ TEST(BadInput, EveryRowMeetsGroupValuesOfEverySizeAndRecordsOfEveryType) {
       const VELVALUE value = Make(static_cast<VelValueType>(type), &VELVALUE::strVal, "\xFF\xC3");
       KnxStack::GroupValue gv;
       const Outcome out = Converted([&] { return Initialised().ToKnxValue(dpt, value, gv); });
-      if (type != ivtNone && !KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {
+      if (type != ivtNone && !Avo::KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {
         const std::string invalid = "Invalid value type found for DPT = " + dpt.ToString() + " val.ivt=" + std::to_string(type);
         EXPECT_EQ(out, Refused(invalid, "ToKnxValue"));
       }

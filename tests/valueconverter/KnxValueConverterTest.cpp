@@ -3,12 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <utility> // std::as_const
+
 namespace {
 
 using namespace AvoTest;
 using Avo::KnxValueConverter;
 
-constexpr auto kError = log4cplus::ERROR_LOG_LEVEL;
 const KNXDPT kNone(0, 0, 0);
 
 /// A converter of the user's own whose Clone fails: its row has no converter.
@@ -18,10 +19,10 @@ struct NullClone final : Avo::KnxConverter {
   Avo::KnxConverter* Clone() const override { return nullptr; }
 };
 
-std::vector<LogLine> Lines(log4cplus::LogLevel level, const std::vector<std::string>& texts, const char* function) {
+std::vector<LogLine> Errors(const std::vector<std::string>& texts, const char* function) {
   std::vector<LogLine> lines;
   for (const std::string& text : texts) {
-    lines.push_back(Line(level, text, function));
+    lines.push_back(Line(log4cplus::ERROR_LOG_LEVEL, text, function));
   }
   return lines;
 }
@@ -31,6 +32,7 @@ std::vector<LogLine> Lines(log4cplus::LogLevel level, const std::vector<std::str
 TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
   KnxValueConverter converter = Initialised();
   converter.AddDptValueMapEntry(30, 5, 8, ivtByte, VelDP::vstNone, Avo::KnxConverterDefault());
+  converter.AddDptValueMapEntry(1, 7, 1, ivtByte, VelDP::vstNone, Avo::KnxConverterDefault());
   // "0.0": the shared empty entry, after the line
   const struct { KNXDPT requested; const char* found; const char* line; } cases[] = {
       {{16, 9, 1}, "9.1", ""},      {{0, 9, 1}, "9.1", ""},       {{16, 9, 29}, "9.0", ""},   {{8, 20, 105}, "20.0", ""},
@@ -42,24 +44,30 @@ TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
     EXPECT_EQ(row.GetDpt().ToString(), c.found) << c.requested;
     EXPECT_EQ(&row == &Avo::DptValueMap::GetEmptyEntry(), *c.line != '\0') << c.requested;
     const std::vector<std::string> errors(*c.line ? 1 : 0, std::string("No Entry found for DPT = ") + c.line);
-    EXPECT_EQ(capture.Lines(), Lines(kError, errors, "GetEntry"));
+    EXPECT_EQ(capture.Lines(), Errors(errors, "GetEntry"));
   }
+  // A value in the short form reaches the converter rebuilt at its true size:
+  // the default converter then takes the low bit of a 1-bit value only.
+  KNXDPT shortForm(6, 1, 7);
+  VELVALUE bit;
+  EXPECT_TRUE(converter.FromKnxValue(shortForm, Group({0xFF}, 6), bit) && bit.byVal == 1) << bit.ToString();
   const Avo::DptValueEntry& empty = Avo::DptValueMap::GetEmptyEntry(); // callers know it by its type
   EXPECT_TRUE(empty.GetValueType() == ivtEmpty && dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()));
 }
 
 // Copies clone again; the suite runs under LeakSanitizer for the rest.
 TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
-  const Avo::KnxConverter1Bit first;
   KnxValueConverter converter, assigned;
-  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 8, ivtString, VelDP::vstAsciiString, first));
+  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 8, ivtString, VelDP::vstAsciiString, Avo::KnxConverter1Bit()));
   EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 16, ivtByte, VelDP::vstLatin1String, Avo::KnxConverter2Bit()));
   const Avo::DptValueEntry& row = converter.GetEntry({8, 4, 1});
-  EXPECT_TRUE(row.GetValueSubType() == VelDP::vstAsciiString && row.GetConverter() != &first);
-  Avo::DptValueEntry copy(row);
+  Avo::DptValueEntry copy(Avo::DptValueMap::GetEmptyEntry());
+  copy = row;
   assigned = converter;
-  copy = assigned.GetEntry({8, 4, 1});
-  EXPECT_TRUE(assigned.GetEntry({8, 4, 1}).GetConverter() != row.GetConverter() && copy.GetConverter() != row.GetConverter());
+  for (const Avo::DptValueEntry* e : {&row, &std::as_const(copy), &assigned.GetEntry({8, 4, 1})}) {
+    EXPECT_TRUE(e->GetValueSubType() == VelDP::vstAsciiString && dynamic_cast<const Avo::KnxConverter1Bit*>(e->GetConverter()));
+    EXPECT_TRUE(e == &row || e->GetConverter() != row.GetConverter());
+  }
 }
 
 /// Converts `value` for `dpt` through `converter`: the result, the DPT as
@@ -72,7 +80,7 @@ void ExpectTo(KNXDPT dpt, const VELVALUE& value, bool result, const KNXDPT& comp
   KnxStack::GroupValue gv = Group({0xAA}, 8);
   EXPECT_EQ(converter.ToKnxValue(dpt, value, gv), result);
   EXPECT_EQ(dpt, completed);
-  EXPECT_EQ(capture.Lines(), Lines(kError, errors, "ToKnxValue"));
+  EXPECT_EQ(capture.Lines(), Errors(errors, "ToKnxValue"));
   EXPECT_EQ(gv != Group({0xAA}, 8), result && errors.empty());
 }
 
@@ -83,7 +91,7 @@ void ExpectFromRefused(KNXDPT dpt, const KnxStack::GroupValue& gv, const std::ve
   ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
   VELVALUE value;
   EXPECT_FALSE(converter.FromKnxValue(dpt, gv, value));
-  EXPECT_EQ(capture.Lines(), Lines(kError, errors, "FromKnxValue"));
+  EXPECT_EQ(capture.Lines(), Errors(errors, "FromKnxValue"));
 }
 
 // A DPT without main number is chosen by the value's type, then by the bit

@@ -10,11 +10,7 @@
 namespace AvoTest {
 
 template <class Field, class T>
-VELVALUE Make(VelValueType type, Field VELVALUE::*field, T v) {
-  VELVALUE r(type);
-  r.*field = static_cast<Field>(v);
-  return r;
-}
+VELVALUE Make(VelValueType type, Field VELVALUE::*field, T v) { VELVALUE r(type); r.*field = static_cast<Field>(v); return r; }
 inline VELVALUE Byte(std::uint8_t v) { return Make(ivtByte, &VELVALUE::byVal, v); }
 inline VELVALUE Word(std::uint16_t v) { return Make(ivtWord, &VELVALUE::wVal, v); }
 inline VELVALUE DWord(std::uint32_t v) { return Make(ivtDWord, &VELVALUE::dwVal, v); }
