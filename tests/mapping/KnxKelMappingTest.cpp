@@ -127,6 +127,8 @@ TEST(MainTypeTable, EveryMainNumberHasItsValueTypeAndDefault) {
     EXPECT_TRUE(known ? read && value == zero : !read) << main << ": " << value;
   }
   EXPECT_EQ(K::GetDefaultValueFromDpt(0x00090001, true), "3.2:0"); // the format flag is passed on
+  // 6.020's low three bits must name exactly one mode: 1 (mode 0), not 0.
+  EXPECT_EQ(K::GetDefaultValueFromDpt(0x00060014, false), "6:1");
   for (const auto& [main, subtype] : {std::pair{1u, VelDP::vstSwitch}, {6u, VelDP::vstSigned8Bit},
                                       {8u, VelDP::vstSigned16Bit}, {4u, VelDP::vstNone}}) {
     EXPECT_EQ(K::GetIstFromMainType(main), VelDP::GetNameFromValueSubType(subtype)) << main;
