@@ -1,0 +1,99 @@
+#include "LogCapture.h"
+
+#include "AvoObjectModel/KnxConverter.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Avo::FloatIntegerRange;
+using Avo::FloatRange;
+using Avo::IntegerRange;
+using Avo::LongIntegerRange;
+
+template <class Bound>
+struct Row {
+  Bound bounds[4];
+  double scaleFactor;
+  std::string text;
+  std::string error; // the CalculateScaleFactor line after "...because of invalid ", if any
+};
+
+template <class Range, class Bound>
+void Check(const std::vector<Row<Bound>>& rows) {
+  for (const Row<Bound>& row : rows) {
+    SCOPED_TRACE(row.text);
+    AvoTest::ScopedLogCapture capture;
+    const Range range(row.bounds[0], row.bounds[1], row.bounds[2], row.bounds[3]);
+    EXPECT_DOUBLE_EQ(range.GetScaleFactor(), row.scaleFactor);
+    EXPECT_EQ(range.ToString(), row.text);
+    std::vector<AvoTest::LogLine> expected;
+    if (!row.error.empty()) {
+      expected.push_back(
+          AvoTest::Line(log4cplus::ERROR_LOG_LEVEL,
+                        "Failed to calculate the scale factor because of invalid " + row.error,
+                        "CalculateScaleFactor"));
+    }
+    EXPECT_EQ(capture.Lines(), expected);
+  }
+}
+
+using Integers = std::vector<Row<std::int64_t>>;
+using Doubles = std::vector<Row<double>>;
+
+// Integer pairs are not ordered: a reversed pair gives a negative factor.
+TEST(Range, IntegerRanges) {
+  // clang-format off
+  Check<IntegerRange>(Integers{
+      {{0, 100, 0, 255}, 2.55, "IntegerRange(0, 100, 0, 255)", ""},
+      {{0, 10, 100, 0}, -10.0, "IntegerRange(0, 10, 100, 0)", ""},
+      {{INT32_MIN, INT32_MAX, 0, 255}, 255.0 / 4294967295.0, "IntegerRange(-2147483648, 2147483647, 0, 255)", ""},
+      {{0, 0, 0, 100}, 1.0, "IntegerRange(0, 0, 0, 100)", "internal range [0, 0]."},
+      {{0, 10, 5, 5}, 1.0, "IntegerRange(0, 10, 5, 5)", "external range [5, 5]."},
+  });
+  // The 64-bit class prints the same prefix.
+  Check<LongIntegerRange>(Integers{
+      {{0, 4294967295, 0, 16777215}, 16777215.0 / 4294967295.0, "IntegerRange(0, 4294967295, 0, 16777215)", ""},
+      {{INT64_MIN, INT64_MAX, INT64_MAX, INT64_MIN}, -1.0,
+       "IntegerRange(-9223372036854775808, 9223372036854775807, 9223372036854775807, -9223372036854775808)", ""},
+      {{7, 7, 0, 1}, 1.0, "IntegerRange(7, 7, 0, 1)", "internal range [7, 7]."},
+      {{0, 1, -3, -3}, 1.0, "IntegerRange(0, 1, -3, -3)", "external range [-3, -3]."},
+  });
+  // clang-format on
+}
+
+TEST(Range, FloatIntegerRanges) {
+  // clang-format off
+  Check<FloatIntegerRange>(Doubles{
+      {{-100, 100, 0, 15}, 0.075, "FloatIntegerRange(-100, 100, 0, 15)", ""},
+      {{1.5, 1.5, 0, 15}, 1.0, "FloatIntegerRange(1.5, 1.5, 0, 15)", "double range [1.5, 1.5]."},
+      {{0, 1, 3, 3}, 1.0, "FloatIntegerRange(0, 1, 3, 3)", "integer range [3, 3]."},
+      {{-DBL_MAX, DBL_MAX, 0, 1}, 1.0, "FloatIntegerRange(-1.79769e+308, 1.79769e+308, 0, 1)",
+       "double range [-1.79769e+308, 1.79769e+308] or because invalid integer range [0, 1]."},
+  });
+  // clang-format on
+  const FloatIntegerRange byDefault;
+  EXPECT_EQ(byDefault.ToString(), "FloatIntegerRange(-671089, 670761, -2147483648, 2147483647)");
+  EXPECT_DOUBLE_EQ(byDefault.GetScaleFactor(), 4294967295.0 / (670760.96 + 671088.64));
+}
+
+// Float pairs are ordered: the factor is never negative.
+TEST(Range, FloatRanges) {
+  // clang-format off
+  Check<FloatRange>(Doubles{
+      {{0, 10, 100, 0}, 10.0, "FloatRange(0, 10, 100, 0)", ""},
+      {{-273, 670760, -273, 670760}, 1.0, "FloatRange(-273, 670760, -273, 670760)", ""},
+      {{2, 2, 0, 1}, 1.0, "FloatRange(2, 2, 0, 1)", "double range [2, 2]."},
+      {{0, 1, 0.25, 0.25}, 1.0, "FloatRange(0, 1, 0.25, 0.25)", "external range [0.25, 0.25]."},
+      {{0, 1e300, 0, 1e-300}, 1.0, "FloatRange(0, 1e+300, 0, 1e-300)",
+       "double range [0, 1e+300] or because invalid external range [0, 1e-300]."},
+  });
+  // clang-format on
+}
+
+} // namespace
