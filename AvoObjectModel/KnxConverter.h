@@ -351,4 +351,17 @@ public:
 
 #undef AVO_KNX_CONVERTER_OPERATIONS
 
+/// What a converter is, for programs that show the DPT catalogue.
+struct KnxConverterDescription {
+  /// The converter's class without the namespace ("KnxConverterFloat16BitFloat");
+  /// empty for a class that this header does not define.
+  std::string className;
+  /// The text of the range the converter holds ("FloatRange(-273, 670760,
+  /// -273, 670760)"); empty when it holds none.
+  std::string range;
+};
+
+/// Names the class of the converter and the range it holds.
+KnxConverterDescription DescribeKnxConverter(const KnxConverter& converter);
+
 } // namespace Avo
