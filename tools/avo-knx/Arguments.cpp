@@ -72,6 +72,11 @@ std::optional<std::string> Arguments::Value(const std::string& option) const {
   return values->second.back();
 }
 
+std::vector<std::string> Arguments::Values(const std::string& option) const {
+  const auto values = m_options.find(option);
+  return values != m_options.end() ? values->second : std::vector<std::string>();
+}
+
 std::optional<std::size_t> FindCommandIndex(const std::vector<std::string>& args,
                                             const std::vector<OptionSpec>& specs) {
   for (std::size_t i = 0; i < args.size(); ++i) {

@@ -45,6 +45,8 @@ public:
   bool Has(const std::string& option) const { return m_options.count(option) != 0; }
   /// The value given last for the option.
   std::optional<std::string> Value(const std::string& option) const;
+  /// Every value given for the option, in order.
+  std::vector<std::string> Values(const std::string& option) const;
   const std::vector<std::string>& Positionals() const { return m_positionals; }
 
 private:

@@ -37,7 +37,7 @@ void Context::ShowLibraryLines(const std::vector<LibraryLogLine>& lines) const {
 }
 
 const std::vector<const Command*>& AllCommands() {
-  static const std::vector<const Command*> commands = {&TypesCommand(), &ObjIdCommand()};
+  static const std::vector<const Command*> commands = {&TypesCommand(), &ObjIdCommand(), &ConfigCommand()};
   return commands;
 }
 

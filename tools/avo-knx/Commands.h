@@ -35,6 +35,7 @@ struct Command {
 
 const Command& TypesCommand();
 const Command& ObjIdCommand();
+const Command& ConfigCommand();
 
 /// Every command, in the order the overall help lists them.
 const std::vector<const Command*>& AllCommands();
