@@ -1,0 +1,66 @@
+#include "LogCapture.h"
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace AvoTest;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
+  // Registered out of key order; 30.005 has no main.x row. Tag = main * 1000 + sub.
+  Avo::KnxValueConverter converter;
+  for (const auto& [main, sub] : {std::pair<int, int>{20, 103}, {9, 1}, {30, 5}, {20, 0}, {9, 0}, {20, 102}}) {
+    converter.AddDptValueMapEntry(main, sub, 16, ivtFloat, VelDP::vstNone, TestConverter(main * 1000 + sub));
+  }
+  const struct {
+    KNXDPT requested;
+    int tag; // -1: the shared empty entry, after the line
+    const char* line;
+  } cases[] = {{{16, 9, 1}, 9001, ""},       {{0, 9, 1}, 9001, ""}, // the bit size is no part of the key
+               {{16, 9, 29}, 9000, ""},      {{16, 9, 0}, 9000, ""},   {{8, 20, 105}, 20000, ""},
+               {{8, 20, 103}, 20103, ""},    {{8, 30, 5}, 30005, ""},  {{8, 30, 7}, -1, "30.x"},
+               {{8, 30, 0}, -1, "30.0"},     {{8, 99, 1}, -1, "99.1"}, {{8, 8, 1}, -1, "8.1"}};
+  for (const auto& c : cases) {
+    ScopedLogCapture capture;
+    const Avo::DptValueEntry& row = converter.GetEntry(c.requested);
+    EXPECT_EQ(TagOf(row), c.tag) << c.requested;
+    if (c.tag < 0) {
+      EXPECT_EQ(&row, &Avo::DptValueMap::GetEmptyEntry());
+      EXPECT_THAT(capture.Lines(), ElementsAre(Line(log4cplus::ERROR_LOG_LEVEL,
+                                                    std::string("No Entry found for DPT = ") + c.line, "GetEntry")));
+    } else {
+      EXPECT_THAT(capture.Lines(), IsEmpty());
+    }
+  }
+  const Avo::DptValueEntry& empty = Avo::DptValueMap::GetEmptyEntry();
+  EXPECT_TRUE(empty.GetDpt() == KNXDPT(0, 0, 0) && empty.GetValueType() == ivtEmpty && empty.GetValueSubType() == 0);
+  EXPECT_NE(dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()), nullptr);
+}
+
+TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
+  const KNXDPT dpt(8, 4, 1);
+  {
+    const TestConverter first(1);
+    Avo::KnxValueConverter converter;
+    EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 8, ivtString, VelDP::vstAsciiString, first));
+    EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 16, ivtByte, VelDP::vstLatin1String, TestConverter(2)));
+    const Avo::DptValueEntry& row = converter.GetEntry(dpt);
+    EXPECT_TRUE(TagOf(row) == 1 && row.GetDpt() == dpt && row.GetValueSubType() == VelDP::vstAsciiString);
+    EXPECT_NE(row.GetConverter(), &first);
+    EXPECT_EQ(TestConverter::Live(), 2); // the argument and the row's clone
+
+    Avo::KnxValueConverter copy(converter);
+    Avo::DptValueEntry rowCopy(row);
+    EXPECT_NE(copy.GetEntry(dpt).GetConverter(), row.GetConverter());
+    EXPECT_NE(rowCopy.GetConverter(), row.GetConverter());
+    copy = converter;
+    rowCopy = row;
+    EXPECT_EQ(TestConverter::Live(), 4);
+  }
+  EXPECT_EQ(TestConverter::Live(), 0);
+}
+
+} // namespace
