@@ -356,8 +356,9 @@ struct KnxConverterDescription {
   /// The converter's class without the namespace ("KnxConverterFloat16BitFloat");
   /// empty for a class that this header does not define.
   std::string className;
-  /// The text of the range the converter holds ("FloatRange(-273, 670760,
-  /// -273, 670760)"); empty when it holds none.
+  /// The range the converter holds, its class and its four bounds in full
+  /// ("FloatRange(-671088.64, 670760.96, -671088.64, 670760.96)"); empty when
+  /// it holds none.
   std::string range;
 };
 

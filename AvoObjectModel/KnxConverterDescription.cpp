@@ -4,11 +4,46 @@
 
 #include "AvoObjectModel/KnxConverter.h"
 
+#include <charconv> // std::to_chars
+#include <cstdint>
+#include <string>
 #include <type_traits>
 #include <utility> // std::declval
 
 namespace Avo {
 namespace {
+
+// Bounds in full: the shortest text that reads back to the same number, so
+// that 670760.96 is not shown as the 670761 of the ranges' log text.
+std::string Bound(double bound) {
+  char text[32];
+  return std::string(text, std::to_chars(text, text + sizeof text, bound).ptr);
+}
+std::string Bound(std::int64_t bound) { return std::to_string(bound); }
+
+template <class Number>
+std::string RangeText(const char* rangeClass, Number first, Number second, Number third, Number fourth) {
+  return std::string(rangeClass) + "(" + Bound(first) + ", " + Bound(second) + ", " + Bound(third) + ", " +
+         Bound(fourth) + ")";
+}
+
+std::string RangeText(const IntegerRange& range) {
+  return RangeText<std::int64_t>("IntegerRange", range.GetInternalMinimum(), range.GetInternalMaximum(),
+                                 range.GetExternalMinimum(), range.GetExternalMaximum());
+}
+std::string RangeText(const LongIntegerRange& range) {
+  return RangeText<std::int64_t>("LongIntegerRange", range.GetInternalMinimum(), range.GetInternalMaximum(),
+                                 range.GetExternalMinimum(), range.GetExternalMaximum());
+}
+std::string RangeText(const FloatIntegerRange& range) {
+  return "FloatIntegerRange(" + Bound(range.GetDoubleMinimum()) + ", " + Bound(range.GetDoubleMaximum()) +
+         ", " + Bound(std::int64_t{range.GetIntegerMinimum()}) + ", " +
+         Bound(std::int64_t{range.GetIntegerMaximum()}) + ")";
+}
+std::string RangeText(const FloatRange& range) {
+  return RangeText<double>("FloatRange", range.GetDoubleMinimum(), range.GetDoubleMaximum(),
+                           range.GetExternalMinimum(), range.GetExternalMaximum());
+}
 
 template <class T, class = void>
 struct HoldsRange : std::false_type {};
@@ -23,7 +58,7 @@ bool DescribeAs(const KnxConverter& converter, const char* className, KnxConvert
   }
   description.className = className;
   if constexpr (HoldsRange<Converter>::value) {
-    description.range = concrete->GetRange().ToString();
+    description.range = RangeText(concrete->GetRange());
   }
   return true;
 }
