@@ -8,7 +8,6 @@
 #include <boost/date_time/posix_time/time_formatters.hpp> // to_simple_string
 #include <boost/thread/lock_guard.hpp>
 
-#include <functional> // std::hash
 #include <utility>
 
 namespace Avo {
@@ -128,10 +127,6 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
                                              const std::string& requestId, time_duration timeout,
                                              const BoolReader& isStillRelevant) {
   const boost::optional<SteadyClock::time_point> deadline = DeadlineAfter(timeout);
-  // A caller's own predicate must be asked again at every answer of any
-  // request; the constant one need not be.
-  boost::condition_variable& condition =
-      &isStillRelevant == &AlwaysRelevant() ? OwnAnswerCondition(requestId) : m_condition;
   for (;;) {
     // Relevance comes first in every pass, before the docket is looked at.
     if (!isStillRelevant()) {
@@ -143,8 +138,8 @@ bool DscAsyncRequestMessenger::WaitForAnswer(boost::unique_lock<boost::mutex>& l
       return true;
     }
     if (!deadline) {
-      condition.wait(lock);
-    } else if (condition.wait_until(lock, *deadline) == boost::cv_status::timeout &&
+      m_condition.wait(lock);
+    } else if (m_condition.wait_until(lock, *deadline) == boost::cv_status::timeout &&
                SteadyClock::now() >= *deadline) {
       break;
     }
@@ -178,19 +173,10 @@ void DscAsyncRequestMessenger::UpdateDocketList(const std::string& requestId,
     }
     docket->SetContent(reply, std::move(message), !hasError, true);
   }
-  // Every caller with a predicate of its own wakes to ask it again; of the
-  // others, those that sleep on this request's condition. Woken after the
-  // unlock, so that they do not wake into a held mutex. The messenger outlives
-  // every handler call (the owner unsets the handler before destroying it), so
-  // the conditions are still there.
+  // Woken after the unlock, so that the waiters do not wake into a held mutex.
+  // The messenger outlives every handler call (the owner unsets the handler
+  // before destroying it), so the condition variable is still there.
   m_condition.notify_all();
-  OwnAnswerCondition(requestId).notify_all();
-}
-
-boost::condition_variable& DscAsyncRequestMessenger::OwnAnswerCondition(
-    const std::string& requestId) {
-  return m_ownAnswerConditions[std::hash<std::string>()(requestId) %
-                               m_ownAnswerConditions.size()];
 }
 
 Docket DscAsyncRequestMessenger::RegisterApplication(const std::string& first,

@@ -14,7 +14,6 @@
 #include <boost/thread/lock_types.hpp> // boost::unique_lock
 #include <boost/thread/mutex.hpp>
 
-#include <array>
 #include <cstddef> // std::size_t
 #include <map>
 #include <memory>
@@ -113,7 +112,6 @@ private:
                                         const BoolReader& isStillRelevant);
   bool WaitForAnswer(boost::unique_lock<boost::mutex>& lock, const std::string& requestId,
                      time_duration timeout, const BoolReader& isStillRelevant);
-  boost::condition_variable& OwnAnswerCondition(const std::string& requestId);
   void UpdateDocketList(const std::string& requestId, const std::string& reply,
                         const Polt::IDeviceStackClient::IError& error);
 
@@ -122,10 +120,6 @@ private:
   unsigned int m_maxAttempts;
   mutable boost::mutex m_mutex;         // guards m_dockets and every docket listed there
   boost::condition_variable m_condition; // signalled when a docket has been filled
-  // A caller whose request is relevant whatever happens needs waking only by
-  // its own answer: it sleeps on one of these, chosen by request identifier, so
-  // that with many callers an answer wakes one of them rather than all.
-  std::array<boost::condition_variable, 16> m_ownAnswerConditions;
   std::map<std::string, std::weak_ptr<Docket>> m_dockets;
 };
 
