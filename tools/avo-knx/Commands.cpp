@@ -37,7 +37,10 @@ void Context::ShowLibraryLines(const std::vector<LibraryLogLine>& lines) const {
 }
 
 const std::vector<const Command*>& AllCommands() {
-  static const std::vector<const Command*> commands = {&TypesCommand(), &ObjIdCommand(), &ConfigCommand()};
+  static const std::vector<const Command*> commands = {
+      &EncodeCommand(), &DecodeCommand(),      &CheckCommand(),  &DptsCommand(),
+      &TypesCommand(),  &ObjIdCommand(),       &ConfigCommand(), &DeviceStackCommand(),
+      &BatchCommand(),  &DemoCommand()};
   return commands;
 }
 
@@ -65,11 +68,8 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
                    std::ostream& err) {
   const std::optional<std::size_t> index = FindCommandIndex(args, EveryOption());
   std::vector<std::string> rest = args;
-  const Command* command = nullptr;
-  if (!index) {
-    out << OverallHelp();
-    return kSuccess;
-  } else {
+  const Command* command = &DemoCommand();
+  if (index) {
     const std::string name = args[*index];
     rest.erase(rest.begin() + static_cast<std::ptrdiff_t>(*index));
     if (name == "help") {

@@ -33,9 +33,16 @@ struct Command {
   std::string help; ///< usage, description and examples
 };
 
+const Command& EncodeCommand();
+const Command& DecodeCommand();
+const Command& CheckCommand();
+const Command& DptsCommand();
 const Command& TypesCommand();
 const Command& ObjIdCommand();
 const Command& ConfigCommand();
+const Command& DeviceStackCommand();
+const Command& BatchCommand();
+const Command& DemoCommand();
 
 /// Every command, in the order the overall help lists them.
 const std::vector<const Command*>& AllCommands();

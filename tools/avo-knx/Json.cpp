@@ -86,7 +86,7 @@ public:
 
 private:
   [[noreturn]] void Fail(const std::string& why) const {
-    throw UsageError("malformed string " + m_literal + ": " + why);
+    throw UsageError("malformed string '" + m_literal + "': " + why);
   }
 
   void ReadEscape(std::string& text) {

@@ -132,7 +132,8 @@ void LibraryLog::Discard() { m_collector->Discard(); }
 
 void LibraryLog::Write(std::ostream& out, const std::vector<LibraryLogLine>& lines) {
   for (const LibraryLogLine& line : lines) {
-    out << LevelName(line.level) << ' ' << line.entry << '\n';
+    // One write per line: standard error is unbuffered.
+    out << (LevelName(line.level) + ' ' + line.entry + '\n');
   }
 }
 

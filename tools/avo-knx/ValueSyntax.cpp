@@ -68,13 +68,13 @@ const TypeSyntax* FindTypeSyntax(VelValueType type) {
 constexpr std::array<const char*, 7> kWeekdayNames = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
 
 [[noreturn]] void ThrowBadValue(const std::string& text, VelValueType type, const std::string& expected) {
-  throw UsageError("value '" + text + "' is not a " + VELVALUE::GetNameFromValueType(type) +
-                   " value: expected " + expected);
+  throw UsageError("value '" + text + "' does not read as value type " + DescribeValueType(type) +
+                   ": expected " + expected);
 }
 
 [[noreturn]] void ThrowOutOfRange(const std::string& text, VelValueType type, const std::string& range) {
-  throw UsageError("value '" + text + "' is outside the range of a " +
-                   VELVALUE::GetNameFromValueType(type) + " value (" + range + ")");
+  throw UsageError("value '" + text + "' is outside the range of value type " + DescribeValueType(type) +
+                   ": " + range);
 }
 
 // A run of exactly `count` decimal digits at text[position].
@@ -240,7 +240,7 @@ VELVALUE ParseFloat(const std::string& text, VelValueType type) {
     ThrowBadValue(text, type, "a decimal number (e.g. 21.5, -4e-3, nan, inf)");
   }
   if (outOfRange) {
-    ThrowOutOfRange(text, type, "a double holds magnitudes from 5e-324 to 1.7976931348623157e+308");
+    ThrowOutOfRange(text, type, "a double holds magnitudes up to 1.7976931348623157e+308, down to 5e-324");
   }
   VELVALUE value(type);
   value.dblVal = number;
@@ -287,8 +287,7 @@ VELVALUE ParseValue(const std::string& text, VelValueType type) {
   switch (syntax->syntax) {
   case Syntax::NoValue:
     if (text != "null") {
-      ThrowBadValue(text, type, "null (a " + VELVALUE::GetNameFromValueType(type) +
-                                    " record holds no value; --type N picks another value type)");
+      ThrowBadValue(text, type, "null, as a record of this type holds no value (--type N picks another value type)");
     }
     return VELVALUE(type);
   case Syntax::Bool:
