@@ -5,8 +5,8 @@
 #         [-DSTDIN=<file>] -DSTATUS=<exit status> -DEXPECTED=<dir/name> -P RunToolCase.cmake
 #
 # <name>.out holds the expected standard output (none: empty). <name>.err,
-# when present, holds the expected standard error, with the library's
-# "(File.cpp:123)" line positions written as "(File.cpp)". Without it,
+# when present, holds the expected standard error. In both the library's
+# "(File.cpp:123)" line positions are written as "(File.cpp)". Without it,
 # standard error must be empty on success and one "avo-knx: " line on a
 # usage error. With AVO_TOOL_UPDATE_EXPECTED=1 in the environment the files
 # are written instead of compared.
@@ -22,7 +22,9 @@ endif()
 execute_process(COMMAND ${command} ${ARGS} ${input}
   OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE status)
 # Line positions of the library's sources change with every edit.
-string(REGEX REPLACE "\\(([A-Za-z0-9_]+\\.(cpp|h)):[0-9]+\\)" "(\\1)" err "${err}")
+foreach(stream out err)
+  string(REGEX REPLACE "\\(([A-Za-z0-9_]+\\.(cpp|h)):[0-9]+\\)" "(\\1)" ${stream} "${${stream}}")
+endforeach()
 
 if("$ENV{AVO_TOOL_UPDATE_EXPECTED}" STREQUAL "1")
   file(WRITE ${EXPECTED}.out "${out}")
