@@ -30,20 +30,17 @@ Arguments Arguments::Parse(const std::vector<std::string>& args, const std::vect
   bool optionsEnded = false;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& word = args[i];
+    if (!optionsEnded && word == "--") {
+      optionsEnded = true;
+      continue;
+    }
     if (optionsEnded || !IsOptionWord(word)) {
       parsed.m_positionals.push_back(word);
       continue;
     }
-    if (word == "--") {
-      optionsEnded = true;
-      continue;
-    }
-    if (word == "-h") {
-      parsed.m_options["help"].emplace_back();
-      continue;
-    }
-    const auto equals = word.find('=');
-    const std::string name = word.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
+    const auto equals = word == "-h" ? std::string::npos : word.find('=');
+    const std::string name =
+        word == "-h" ? "help" : word.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
     const OptionSpec* spec = FindSpec(specs, name);
     if (spec == nullptr) {
       throw UsageError("unknown option '--" + name + "'");
