@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <utility> // std::move
 
 namespace AvoKnx {
 namespace {
