@@ -14,11 +14,11 @@ TEST(BitFieldConverters, EveryRawValueRoundTrips) {
   for (unsigned raw = 0; raw < 16; ++raw) {
     const Bytes four{Bytes::value_type(raw)}, two{Bytes::value_type(raw % 4)}, one{Bytes::value_type(raw % 2)};
     // clang-format off
-    Check({{To, kFourBit, Dpt(3, 7), Byte(raw), four, ""},
-           {From, kFourBit, Dpt(3, 7), Untyped(raw), four, ""},
-           {Both, kTwoBit, Dpt(2, 1), Byte(raw % 4), two, ""},
-           {To, kOneBit, Dpt(1, 1), Bool(raw % 2), one, ""},
-           {From, kOneBit, Dpt(1, 1), Untyped(raw % 2), one, ""}});
+    Check({{To, kFourBit, Dpt(3, 7), U8(ivtByte, raw), four, ""},
+           {From, kFourBit, Dpt(3, 7), U8(kUntyped, raw), four, ""},
+           {Both, kTwoBit, Dpt(2, 1), U8(ivtByte, raw % 4), two, ""},
+           {To, kOneBit, Dpt(1, 1), U8(ivtBool, raw % 2), one, ""},
+           {From, kOneBit, Dpt(1, 1), U8(kUntyped, raw % 2), one, ""}});
     // clang-format on
   }
 }
@@ -30,16 +30,16 @@ TEST(BitFieldConverters, RefusalsAndKeptQuirks) {
   const std::string twoBit = "Wrong vel value type (ivtByte) or DPT main number (2.x)!";
   const std::string fourBit = "Wrong vel value type (ivtByte) or DPT main number (3.x)!";
   // clang-format off
-  Check({{To, kOneBit, Dpt(2, 1), Bool(true), {}, kSilently},
-         {To, kOneBit, Dpt(1, 1), Byte(1), {}, kSilently},
+  Check({{To, kOneBit, Dpt(2, 1), U8(ivtBool, true), {}, kSilently},
+         {To, kOneBit, Dpt(1, 1), U8(ivtByte, 1), {}, kSilently},
          {From, kOneBit, Dpt(2, 1), VELVALUE(kUntyped), {1}, kSilently},
-         {To, kTwoBit, Dpt(1, 1), Byte(1), {}, twoBit},
-         {To, kTwoBit, Dpt(2, 1), Bool(true), {}, twoBit},
-         {To, kTwoBit, Dpt(2, 1), Byte(7), {0x03}, ""},
+         {To, kTwoBit, Dpt(1, 1), U8(ivtByte, 1), {}, twoBit},
+         {To, kTwoBit, Dpt(2, 1), U8(ivtBool, true), {}, twoBit},
+         {To, kTwoBit, Dpt(2, 1), U8(ivtByte, 7), {0x03}, ""},
          {From, kTwoBit, Dpt(3, 1), VELVALUE(kUntyped), {1}, "Wrong DPT main number (2.x)!"},
-         {To, kFourBit, Dpt(5, 1), Byte(1), {}, fourBit},
-         {To, kFourBit, Dpt(3, 7), Float(1.0), {}, fourBit},
-         {To, kFourBit, Dpt(3, 7), Byte(16), {}, "Value out of raw range [0..15]: 16"},
+         {To, kFourBit, Dpt(5, 1), U8(ivtByte, 1), {}, fourBit},
+         {To, kFourBit, Dpt(3, 7), Dbl(ivtFloat, 1.0), {}, fourBit},
+         {To, kFourBit, Dpt(3, 7), U8(ivtByte, 16), {}, "Value out of raw range [0..15]: 16"},
          {From, kFourBit, Dpt(2, 1), VELVALUE(kUntyped), {1}, "Wrong DPT main number (3.x)!"}});
   // clang-format on
 }

@@ -14,7 +14,7 @@ const Avo::KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
 
 VELVALUE Character(unsigned byte) { // one Latin-1 character in UTF-8
   const auto lead = static_cast<char>(0xC0 | (byte >> 6)), next = static_cast<char>(0x80 | (byte & 0x3F));
-  return Text(byte < 0x80 ? std::string(1, static_cast<char>(byte)) : std::string{lead, next});
+  return Str(ivtString, byte < 0x80 ? std::string(1, static_cast<char>(byte)) : std::string{lead, next});
 }
 
 // Every bus byte is decoded and goes out again as the same byte, or is
@@ -22,6 +22,7 @@ VELVALUE Character(unsigned byte) { // one Latin-1 character in UTF-8
 // mode field must be one-hot. Only 5.006 is checked on the way out, with a
 // text of its own.
 TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
+  const std::string to255 = "Value out of raw range [0..254] for DPT 5.006: 255";
   const std::string from255 = "Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255";
   for (unsigned raw = 0; raw < 256; ++raw) {
     const Bytes byte{Bytes::value_type(raw)};
@@ -32,12 +33,12 @@ TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
     // clang-format off
     Check({{Both, kLatin1, Dpt(4, 2), Character(raw), byte, ""},
            {Both, kAscii, Dpt(4, 1), Character(raw), byte, notAscii},
-           {Both, kUnsigned, Dpt(5, 1), Byte(raw), byte, ""},
-           {To, kUpTo254, Dpt(5, 6), Byte(raw), below255 ? byte : Bytes(), below255 ? "" : "Value out of raw range [0..254] for DPT 5.006: 255"},
-           {From, kUpTo254, Dpt(5, 6), below255 ? Byte(raw) : VELVALUE(), byte, below255 ? "" : from255},
-           {Both, kSigned, Dpt(6, 1), Integer(static_cast<std::int8_t>(raw)), byte, ""},
-           {To, kStatus, Dpt(6, 20), Byte(raw), byte, mode},
-           {From, kStatus, Dpt(6, 20), oneHot ? Byte(raw) : VELVALUE(), byte, mode}});
+           {Both, kUnsigned, Dpt(5, 1), U8(ivtByte, raw), byte, ""},
+           {To, kUpTo254, Dpt(5, 6), U8(ivtByte, raw), below255 ? byte : Bytes(), below255 ? "" : to255},
+           {From, kUpTo254, Dpt(5, 6), below255 ? U8(ivtByte, raw) : VELVALUE(), byte, below255 ? "" : from255},
+           {Both, kSigned, Dpt(6, 1), Lng(ivtInteger, static_cast<std::int8_t>(raw)), byte, ""},
+           {To, kStatus, Dpt(6, 20), U8(ivtByte, raw), byte, mode},
+           {From, kStatus, Dpt(6, 20), oneHot ? U8(ivtByte, raw) : VELVALUE(), byte, mode}});
     // clang-format on
   }
 }
@@ -48,20 +49,20 @@ TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
 TEST(ByteConverters, AcceptanceRules) {
   const std::string signedByte = "Wrong vel value type (ivtInteger) or DPT main number (6.x)!";
   // clang-format off
-  Check({{To, kLatin1, Dpt(5, 1), Text("a"), {}, "Wrong vel value type (ivtString) or DPT main number (4.x)!"},
-         {To, kLatin1, Dpt(4, 2), Text("\xC3\xA9t\xC3\xA9"), {0xE9}, ""},
-         {To, kLatin1, Dpt(4, 2), Text(""), {0x00}, ""},
+  Check({{To, kLatin1, Dpt(5, 1), Str(ivtString, "a"), {}, "Wrong vel value type (ivtString) or DPT main number (4.x)!"},
+         {To, kLatin1, Dpt(4, 2), Str(ivtString, "\xC3\xA9t\xC3\xA9"), {0xE9}, ""},
+         {To, kLatin1, Dpt(4, 2), Str(ivtString, ""), {0x00}, ""},
          {From, kLatin1, Dpt(5, 1), VELVALUE(), {0x41}, "Wrong DPT main number (4.x)!"},
-         {To, kUnsigned, Dpt(5, 1), Integer(1), {}, "Wrong vel value type (ivtByte)!"},
-         {To, kUpTo254, Dpt(9, 6), Byte(255), {0xFF}, ""},
-         {To, kSigned, Dpt(6, 1), Integer(300), {0x2C}, ""},
-         {To, kSigned, Dpt(8, 1), Integer(1), {}, signedByte},
-         {To, kSigned, Dpt(6, 1), Byte(1), {}, signedByte},
-         {From, kSigned, Dpt(9, 1), Integer(-1), {0xFF}, ""},
-         {To, kStatus, Dpt(9, 20), Integer(4), {0x04}, ""},
-         {To, kStatus, Dpt(6, 1), Integer(4), {0x04}, ""},
-         {To, kStatus, Dpt(5, 1), Integer(4), {}, "Wrong vel value type (ivtByte) or DPT main number (6.020)!"},
-         {From, kStatus, Dpt(9, 20), Byte(1), {0x01}, ""},
+         {To, kUnsigned, Dpt(5, 1), Lng(ivtInteger, 1), {}, "Wrong vel value type (ivtByte)!"},
+         {To, kUpTo254, Dpt(9, 6), U8(ivtByte, 255), {0xFF}, ""},
+         {To, kSigned, Dpt(6, 1), Lng(ivtInteger, 300), {0x2C}, ""},
+         {To, kSigned, Dpt(8, 1), Lng(ivtInteger, 1), {}, signedByte},
+         {To, kSigned, Dpt(6, 1), U8(ivtByte, 1), {}, signedByte},
+         {From, kSigned, Dpt(9, 1), Lng(ivtInteger, -1), {0xFF}, ""},
+         {To, kStatus, Dpt(9, 20), Lng(ivtInteger, 4), {0x04}, ""},
+         {To, kStatus, Dpt(6, 1), Lng(ivtInteger, 4), {0x04}, ""},
+         {To, kStatus, Dpt(5, 1), Lng(ivtInteger, 4), {}, "Wrong vel value type (ivtByte) or DPT main number (6.020)!"},
+         {From, kStatus, Dpt(9, 20), U8(ivtByte, 1), {0x01}, ""},
          {From, kStatus, Dpt(5, 1), VELVALUE(), {0x01}, "Wrong DPT main number (6.020)!"}});
   // clang-format on
 }

@@ -11,23 +11,22 @@ const std::string kOutside = "Cannot convert the date outside of the range [1990
 
 VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::uint8_t day, std::uint8_t hour = 0,
               std::uint8_t minute = 0, std::uint8_t second = 0, std::uint16_t weekday = 0, std::uint16_t dayOnly = 0) {
-  return Make(type, &VELVALUE::tmVal, VELTIME{year, month, day, hour, minute, second, 0, weekday, dayOnly, true, true});
+  return Tm(type, VELTIME{year, month, day, hour, minute, second, 0, weekday, dayOnly, true, true});
 }
 
 // Any one of main number 11, sub number 1 or a date record suffices; the
 // refusal names 10.001. Month and day are left to the group value, which
 // raises (and the value converter catches).
 TEST(DateConverter, Rules) {
-  const std::string invalid = "Cannot convert invalid date: year=2024, month=2, day=31";
   // clang-format off
   Check({{Both, kDate, Dpt(11, 1), Time(ivtDate, 2089, 12, 31), {0x1F, 0x0C, 0x59}, ""},
          {To, kDate, Dpt(5, 2), Time(ivtDate, 1990, 1, 2), {0x02, 0x01, 0x5A}, ""},
          {To, kDate, Dpt(11, 1), Time(ivtDate, 2090, 1, 1), {}, kOutside + "2090, month=1, day=1"},
          {To, kDate, Dpt(11, 1), Time(ivtDate, 1989, 12, 31), {}, kOutside + "1989, month=12, day=31"},
-         {To, kDate, Dpt(5, 2), Integer(1), {}, "Wrong DPT main number (10.001) or vel value type (ivtDayTime)!"},
+         {To, kDate, Dpt(5, 2), Lng(ivtInteger, 1), {}, "Wrong DPT main number (10.001) or vel value type (ivtDayTime)!"},
          {From, kDate, Dpt(5, 1), Time(ivtDate, 1999, 1, 1), {0x01, 0x01, 0x63}, ""},
          {From, kDate, Dpt(11, 1), VELVALUE(), {0x01, 0x01, 0x80}, "No valid Date datagram, reserved fields are not zero!"},
-         {From, kDate, Dpt(11, 1), VELVALUE(), {0x1F, 0x02, 0x18}, invalid},
+         {From, kDate, Dpt(11, 1), VELVALUE(), {0x1F, 0x02, 0x18}, "Cannot convert invalid date: year=2024, month=2, day=31"},
          {From, kDate, Dpt(5, 2), VELVALUE(), {0x01, 0x01, 0x01}, "Wrong DPT main number (11.001)!"}});
   // clang-format on
 }
@@ -43,7 +42,7 @@ TEST(TimeOfDayConverter, Rules) {
   // clang-format off
   Check({{To, kTimeOfDay, Dpt(10, 1), Time(ivtDayTime, 2000, 1, 1, 24), {},
           "Could not convert VELTIME 2000-01-01 24:00:00, weekday mask 0 to TimeOfDay"},
-         {To, kTimeOfDay, Dpt(5, 2), Integer(1), {}, "Wrong DPT main number (10.001) or vel value type (ivtDayTime)!"},
+         {To, kTimeOfDay, Dpt(5, 2), Lng(ivtInteger, 1), {}, "Wrong DPT main number (10.001) or vel value type (ivtDayTime)!"},
          {From, kTimeOfDay, Dpt(10, 1), VELVALUE(), {0x0A, 0x40, 0x00}, reserved},
          {From, kTimeOfDay, Dpt(10, 1), VELVALUE(), {0x0A, 0x00, 0x80}, reserved},
          {From, kTimeOfDay, Dpt(10, 1), VELVALUE(), {0x18, 0x00, 0x00}, "No valid TimeOfDay (10.001)!"},

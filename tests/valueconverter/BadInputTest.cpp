@@ -30,16 +30,16 @@ TEST(BadInput, UnknownDptsAreAcceptedUntouched) {
   for (unsigned main = 1; main <= 0xFFFF; main += main < 300 ? 1 : 997) {
     KNXDPT dpt(16, static_cast<std::uint16_t>(main), 1);
     KnxStack::GroupValue gv = original;
-    VELVALUE value = Word(7);
+    VELVALUE value = U16(ivtWord, 7);
     if (Converted([&] { return Initialised().GetEntry(dpt).GetValueType() == ivtEmpty; }).first) {
       const std::string noEntry = "No Entry found for DPT = " + dpt.ToString();
       const auto accepted = [&](const char* function) {
         return Outcome(true, {Line(kError, noEntry, "GetEntry"), Line(kError, noEntry, function),
                               Line(kError, "Assume validity and accept value!", function)});
       };
-      EXPECT_EQ(Converted([&] { return Initialised().ToKnxValue(dpt, Float(1.0), gv); }), accepted("ToKnxValue"));
+      EXPECT_EQ(Converted([&] { return Initialised().ToKnxValue(dpt, Dbl(ivtFloat, 1.0), gv); }), accepted("ToKnxValue"));
       EXPECT_EQ(Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); }), accepted("FromKnxValue"));
-      EXPECT_TRUE(gv == original && value == Word(7)) << dpt;
+      EXPECT_TRUE(gv == original && value == U16(ivtWord, 7)) << dpt;
     }
   }
 }
@@ -88,7 +88,7 @@ TEST(BadInput, EveryRowMeetsGroupValuesOfEverySizeAndRecordsOfEveryType) {
     }
     for (int type :
          {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 20, 102, 104, 105, 201, 1005, 1021, 1036, 1037, 1039, 4711}) {
-      const VELVALUE value = Make(static_cast<VelValueType>(type), &VELVALUE::strVal, "\xFF\xC3");
+      const VELVALUE value = Str(static_cast<VelValueType>(type), "\xFF\xC3");
       KnxStack::GroupValue gv;
       const Outcome out = Converted([&] { return Initialised().ToKnxValue(dpt, value, gv); });
       if (type != ivtNone && !Avo::KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {

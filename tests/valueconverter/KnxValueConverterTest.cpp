@@ -100,11 +100,11 @@ void ExpectFromRefused(KNXDPT dpt, const KnxStack::GroupValue& gv, const std::ve
 // which is one-way: given 13 accepts 11, given 11 accepts neither 13 nor 12.
 TEST(KnxValueConverter, ToKnxValueCompletesTheDptAndChecksTheType) {
   // clang-format off
-  ExpectTo(kNone, Byte(7), true, {8, 5, 0}, {});
-  ExpectTo({32, 0, 0}, Float(1.5), true, {16, 14, 0}, {});
-  ExpectTo({112, 0, 0}, Text("ab"), true, {8, 16, 0}, {});
-  ExpectTo({8, 0, 0}, Float(1), false, {8, 5, 1}, {"Invalid value type found for DPT = 5.1 val.ivt=3"});
-  ExpectTo({24, 0, 0}, Word(7), false, {24, 10, 1}, {"Invalid value type found for DPT = 10.1 val.ivt=7"});
+  ExpectTo(kNone, U8(ivtByte, 7), true, {8, 5, 0}, {});
+  ExpectTo({32, 0, 0}, Dbl(ivtFloat, 1.5), true, {16, 14, 0}, {});
+  ExpectTo({112, 0, 0}, Str(ivtString, "ab"), true, {8, 16, 0}, {});
+  ExpectTo({8, 0, 0}, Dbl(ivtFloat, 1), false, {8, 5, 1}, {"Invalid value type found for DPT = 5.1 val.ivt=3"});
+  ExpectTo({24, 0, 0}, U16(ivtWord, 7), false, {24, 10, 1}, {"Invalid value type found for DPT = 10.1 val.ivt=7"});
   ExpectTo({16, 9, 1}, VELVALUE(ivtNone), true, {16, 9, 1}, {});
   // clang-format on
   EXPECT_TRUE(KnxValueConverter::AreValueTypesCompatible(ivtDateTime, ivtDate) &&
@@ -117,17 +117,17 @@ TEST(KnxValueConverter, ToKnxValueCompletesTheDptAndChecksTheType) {
 TEST(KnxValueConverter, ConverterFailuresBecomeOneLineAndFalse) {
   KnxValueConverter withoutConverter;
   withoutConverter.AddDptValueMapEntry(1, 0, 1, ivtBool, VelDP::vstNone, NullClone());
-  const VELVALUE month13 = Make(ivtDate, &VELVALUE::tmVal, VELTIME{2000, 13, 1, 0, 0, 0, 0, 0, 0, true, true});
+  const VELVALUE month13 = Tm(ivtDate, VELTIME{2000, 13, 1, 0, 0, 0, 0, 0, 0, true, true});
   // clang-format off
-  ExpectTo({8, 5, 6}, Byte(255), false, {8, 5, 6}, {"Value out of raw range [0..254] for DPT 5.006: 255",
-           "Convert to KNX value failed for DPT = 5.6 val = " + Byte(255).ToString()});
+  ExpectTo({8, 5, 6}, U8(ivtByte, 255), false, {8, 5, 6}, {"Value out of raw range [0..254] for DPT 5.006: 255",
+           "Convert to KNX value failed for DPT = 5.6 val = " + U8(ivtByte, 255).ToString()});
   ExpectFromRefused({8, 5, 6}, Group({0xFF}, 8), {"Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255",
                                                    "Convert from KNX value failed for DPT = 5.6 GroupValue = FF"});
   ExpectTo({24, 11, 1}, month13, false, {24, 11, 1},
            {"Exception caught during conversion of VELVALUE to GroupValue: SetAsDate: month 13 is outside 1..12"});
   ExpectFromRefused({112, 16, 1}, Group({'A'}, 112), {"Exception caught during conversion of GroupValue: GetAsString14: the "
                     "encoding needs 14 byte(s), but the value holds 1(DPT: 16.1, Value: " + Typed(ivtString).ToString() + ")"});
-  ExpectTo({1, 1, 1}, Make(ivtBool, &VELVALUE::byVal, 1), false, {1, 1, 1}, {"NULL pointer as KnxConverter for DPT = 1.1"}, withoutConverter);
+  ExpectTo({1, 1, 1}, U8(ivtBool, 1), false, {1, 1, 1}, {"NULL pointer as KnxConverter for DPT = 1.1"}, withoutConverter);
   ExpectFromRefused({1, 1, 1}, Group({1}, 1), {"NULL pointer as KnxConverter for DPT = 1.1"}, withoutConverter);
   // clang-format on
 }
@@ -139,7 +139,7 @@ TEST(AvoKnxValueConverter, TextFormChoosesTheDefaultDpt) {
   converter.Init();
   std::string text = "unchanged", serialised, character;
   Typed(ivtFloat).Serialize(serialised, false);
-  Text("A").Serialize(character, true);
+  Str(ivtString, "A").Serialize(character, true);
   KNXDPT dpt = kNone;
   KnxStack::GroupValue gv;
   EXPECT_FALSE(converter.FromKnxValue(Group({0x01}, 6), text, false) || text != "unchanged");

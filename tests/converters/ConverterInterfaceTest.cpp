@@ -1,0 +1,52 @@
+// The default converter, which works on the record's raw bytes, and the
+// description of a converter.
+
+#include "ConverterTestSupport.h"
+
+
+namespace {
+
+using namespace ConverterTest;
+
+// The byte count comes from the DPT's size (0 bits and more than 23 bytes
+// allow 24); one byte goes out as a byte, more as raw data of that length.
+// A boolean is written for 1.x and 2.x only, and accepted for any DPT. The
+// record's type says how to decode, a defined size of 1 marks the short form.
+TEST(DefaultConverter, ConvertsTheRecordsRawBytes) {
+  const Avo::KnxConverterDefault d;
+  const std::string failed = "VelValueToByteArray failed. DPT=";
+  // clang-format off
+  Check({{To, d, Dpt(12, 1, 0), U32(ivtDWord, 0x01020304), {1, 2, 3, 4}, ""},
+         {To, d, Dpt(12, 1, 16), U32(ivtDWord, 1), {}, failed + "12.1 data size =2"},
+         {To, d, Dpt(5, 1, 1), U8(ivtByte, 0xAB), {0xAB}, ""},
+         {To, d, Dpt(7, 1, 255), U16(ivtWord, 0x1234), {0x12, 0x34}, ""},
+         {To, d, Dpt(1, 1, 1), U8(ivtBool, true), {0x01}, ""},
+         {To, d, Dpt(2, 1, 2), U8(ivtBool, true), {0x01}, ""},  // SetAsUnsigned2(0x11)
+         {To, d, Dpt(5, 1, 8), U8(ivtBool, true), {}, ""},
+         {To, d, Dpt(3, 7, 4), Str(ivtStepBytes, "\x0B"), {0x0B}, ""},
+         {To, d, Dpt(3, 7, 4), Str(ivtByteArray, "abc"), {}, failed + "3.7"}});
+  // clang-format on
+  VELVALUE value = U8(ivtBool, false);
+  EXPECT_TRUE(d.FromKnxValue(Dpt(1, 1), KnxStack::GroupValue(KnxStack::BinaryData({1}), 1), value) && value == U8(ivtBool, true));
+  value = U16(ivtWord, 7);
+  ScopedLogCapture capture;
+  EXPECT_FALSE(d.FromKnxValue(Dpt(7, 1), Raw({0x12}), value) || value != VELVALUE());
+  EXPECT_EQ(capture.Lines(), std::vector{Line(log4cplus::ERROR_LOG_LEVEL,
+                                                       "ByteArrayToVelValue failed. DPT=7.1 data size =1", "FromKnxValue")});
+}
+
+// A description gives the range's class and bounds in full (the class's name
+// is checked on every row of the tests).
+TEST(ConverterDescription, GivesTheRangeInFull) {
+  const auto range = [](const KnxConverter& converter) { return DescribeKnxConverter(converter).range; };
+  EXPECT_EQ(range(KnxConverter1Bit()), "");
+  EXPECT_EQ(range(KnxConverter4Bit(FloatIntegerRange(-100.25, 100, INT32_MIN, 15))),
+            "FloatIntegerRange(-100.25, 100, -2147483648, 15)");
+  EXPECT_EQ(range(KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, -1, 2))),
+            "LongIntegerRange(0, 4294967295, -1, 2)");
+  EXPECT_EQ(range(KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255))), "IntegerRange(-64, 64, 0, 255)");
+  EXPECT_EQ(range(KnxConverterFloat16BitFloat(FloatRange(-671088.64, 670760.96, -0.5, 1e+300))),
+            "FloatRange(-671088.64, 670760.96, -0.5, 1e+300)");
+}
+
+} // namespace
