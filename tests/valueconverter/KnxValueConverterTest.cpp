@@ -142,7 +142,9 @@ TEST(AvoKnxValueConverter, TextFormChoosesTheDefaultDpt) {
   Str(ivtString, "A").Serialize(character, true);
   KNXDPT dpt = kNone;
   KnxStack::GroupValue gv;
+  ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
   EXPECT_FALSE(converter.FromKnxValue(Group({0x01}, 6), text, false) || text != "unchanged");
+  EXPECT_EQ(capture.Lines(), std::vector{Line(log4cplus::INFO_LOG_LEVEL, "Could not find DPT for bit size 6", "FromKnxValue")});
   EXPECT_TRUE(converter.FromKnxValue(Group({0x00, 0x00}, 16), text, false) && text == serialised); // 9.000
   EXPECT_TRUE(converter.ToKnxValue(character, 264, gv) && gv == Group({0x41}, 8));             // 8 bits: 4.001
   EXPECT_TRUE(converter.ToKnxValue(dpt, serialised, gv) && gv == Group({0x00, 0x00}, 16) && dpt == KNXDPT(16, 9, 0));
