@@ -59,6 +59,57 @@ namespace Avo {
 /// (silently).
 boost::optional<KnxStack::GroupValue> VelValueToGroupValue(const VELVALUE& value, PackedDpt dpt);
 
+/// Whether the table-driven KnxValueConverter accepts the group value for
+/// the DPT (its bit size taken from the group value's defined size). Every
+/// call builds and initialises a converter of its own, so checks share no
+/// state. DPTs that the converter does not know are accepted.
+bool CheckGroupValue(const KnxStack::GroupValue& value, PackedDpt dpt);
+
+/// Decodes a received group value for a DPT (main number in the upper 16
+/// bits of dpt) into a record of the main number's type in the main-type
+/// table.
+///
+/// The group value must first pass CheckGroupValue; the decoding itself is
+/// this function's own, by main number:
+///
+/// | main                       | record                                          |
+/// |----------------------------|-------------------------------------------------|
+/// | 1                          | ivtBool                                         |
+/// | 2, 23 / 3 / 31             | ivtByte of the 2-, 4- or 3-bit field            |
+/// | 5, 17, 18, 20, 21, 26, 238 | ivtByte                                         |
+/// | 6                          | ivtByte holding the signed byte's bit pattern   |
+/// | 7, 22, 217, 234, 237       | ivtWord                                         |
+/// | 8, 13                      | ivtInteger                                      |
+/// | 12, 15, 27, 232            | ivtDWord of the raw bytes (up to 4, big-endian) |
+/// | 9, 14                      | ivtFloat                                        |
+/// | 10                         | ivtDayTime dated 2000-01-01, weekday as a mask  |
+/// | 11                         | ivtDate at local midnight                       |
+/// | 16                         | ivtString, UTF-8 of the Latin-1 text            |
+/// | 19                         | ivtDateTime in local time (below)               |
+///
+/// DPT 19 reads year = byte 0 + 1900, month, day, hour, minute and second;
+/// day of week, flags and clock quality are ignored.
+///
+/// Main numbers that the table knows with a type but that have no decoding
+/// (24, 25, 28, 30, 200..202) give an engaged ivtEmpty record. Dates and
+/// times that a 32-bit seconds count cannot hold (after 2038-01-19 03:14:07)
+/// give an engaged ivtEmpty record too (see ToVelValue of a time point).
+///
+/// No value, with one line of its own, for: a main number without a type ("Unsupported
+/// DPT", ERROR), a value that fails the check or is too short for its
+/// encoding ("Received invalid value", ERROR), an invalid time of day or
+/// DPT 11 date (WARN).
+///
+/// Throws only the calendar's exceptions, which the check is relied on to
+/// keep away: boost::gregorian::bad_day_of_month for a DPT 11 date that
+/// passes the field bounds but does not exist (31 February) and for DPT 19
+/// with day 0 or a day beyond its month, and boost::gregorian::bad_month for
+/// DPT 19 with month 0 or above 12.
+///
+/// Logs "Decoding a KNX value took <times>" at INFO when a call takes 100 ms
+/// or more.
+boost::optional<VELVALUE> GroupValueToVelValue(const KnxStack::GroupValue& value, PackedDpt dpt);
+
 /// The text as valid UTF-8: valid text unchanged, byte for byte; otherwise
 /// every invalid sequence replaced by one "?" (a sequence cut off at the end
 /// of the text included). Never fails.

@@ -132,9 +132,13 @@ ObjModelId KnxKelMapping::GetDeviceObjModelId() { return kDeviceId; }
 
 ObjModelId KnxKelMapping::GetKnxDeviceObjModelId() { return GetDeviceObjModelId(); }
 
-ObjModelId KnxKelMapping::GetLogicalKnxDeviceObjModelId(LogicalDeviceId ld) { return BlockStart(ld); }
+ObjModelId KnxKelMapping::GetLogicalKnxDeviceObjModelId(LogicalDeviceId ld) {
+  return BlockStart(ld);
+}
 
-ObjModelId KnxKelMapping::GetLastObjModelId(LogicalDeviceId ld) { return BlockStart(ld) + kBlockSize - 1; }
+ObjModelId KnxKelMapping::GetLastObjModelId(LogicalDeviceId ld) {
+  return BlockStart(ld) + kBlockSize - 1;
+}
 
 bool KnxKelMapping::IsAnyLogicalKnxDeviceId(ObjModelId id) { return id >= kBlockSize; }
 
@@ -185,7 +189,8 @@ bool KnxKelMapping::IsAppHostAppControlAppDebug(ObjModelId id, LogicalDeviceId l
 
 // --- Communication objects ------------------------------------------------------
 
-boost::optional<ObjModelId> KnxKelMapping::GetCoChannelObjModelId(std::uint16_t co, LogicalDeviceId ld) {
+boost::optional<ObjModelId> KnxKelMapping::GetCoChannelObjModelId(std::uint16_t co,
+                                                                  LogicalDeviceId ld) {
   if (co >= kCoCount) {
     return boost::none;
   }
@@ -199,7 +204,8 @@ boost::optional<ObjModelId> KnxKelMapping::GetCoValueObjModelId(ObjModelId chann
   return channelId + 1;
 }
 
-boost::optional<ObjModelId> KnxKelMapping::GetCoValueObjModelId(std::uint16_t co, LogicalDeviceId ld) {
+boost::optional<ObjModelId> KnxKelMapping::GetCoValueObjModelId(std::uint16_t co,
+                                                                LogicalDeviceId ld) {
   const auto channel = GetCoChannelObjModelId(co, ld);
   return channel ? GetCoValueObjModelId(*channel) : boost::none;
 }
@@ -213,7 +219,8 @@ bool KnxKelMapping::IsCoChannel(ObjModelId id) {
 
 bool KnxKelMapping::IsCoValue(ObjModelId id) { return id != 0 && IsCoChannel(id - 1); }
 
-boost::optional<std::uint16_t> KnxKelMapping::GetCoNumberFromObjModelId(ObjModelId id, LogicalDeviceId ld) {
+boost::optional<std::uint16_t> KnxKelMapping::GetCoNumberFromObjModelId(ObjModelId id,
+                                                                        LogicalDeviceId ld) {
   if (id % 2 == 0 || !IsCoChannel(id & ~ObjModelId{1})) {
     return boost::none;
   }
@@ -237,7 +244,8 @@ boost::optional<ObjModelId> KnxKelMapping::GetParameterChannelObjModelId(std::ui
   if (n > GetMaxParametersOfType(type)) {
     return boost::none;
   }
-  return BlockStart(ld) + kParameterOffset + kParameterTypeSpan * TypeIndex(type) + 2 * ObjModelId{n};
+  return BlockStart(ld) + kParameterOffset + kParameterTypeSpan * TypeIndex(type) +
+         2 * ObjModelId{n};
 }
 
 boost::optional<ObjModelId> KnxKelMapping::GetIpParameterValueObjModelId(std::uint16_t n,
@@ -300,12 +308,13 @@ boost::optional<ParameterType> KnxKelMapping::GetParameterTypeFromObjModelId(Obj
 }
 
 boost::optional<std::uint8_t> KnxKelMapping::GetParameterNumberFromObjModelId(ObjModelId id,
-                                                                             LogicalDeviceId ld) {
+                                                                              LogicalDeviceId ld) {
   const auto type = GetParameterTypeFromObjModelId(id, ld);
   if (!type) {
     return boost::none;
   }
-  const ObjModelId channelStart = kParameterTypeSpan * TypeIndex(*type) + kParameterOffset + BlockStart(ld);
+  const ObjModelId channelStart =
+      kParameterTypeSpan * TypeIndex(*type) + kParameterOffset + BlockStart(ld);
   // An 8-bit answer: callers store parameter numbers in a byte.
   return static_cast<std::uint8_t>((id % channelStart) >> 1);
 }

@@ -43,9 +43,9 @@ constexpr std::uint32_t SubNumberOf(PackedDpt dpt) { return dpt & 0xFFFFU; }
 
 /// The kinds of parameters of a logical device.
 enum class ParameterType : std::uint8_t {
-  Ip = 0,     ///< IP parameters, numbers 0..100
+  Ip = 0, ///< IP parameters, numbers 0..100
   Number = 1, ///< number parameters, numbers 0..200
-  Text = 2    ///< text parameters, numbers 0..500
+  Text = 2 ///< text parameters, numbers 0..500
 };
 
 /// Prints the type's number (0, 1, 2), as log lines print numbers.
@@ -58,14 +58,17 @@ inline std::ostream& operator<<(std::ostream& os, ParameterType type) {
 ///
 /// Layout, per logical device ld (block = 100000):
 ///
-/// | ID                                   | denotes                              |
-/// |--------------------------------------|--------------------------------------|
-/// | 1000                                 | the device                           |
-/// | 100000 * ld                          | logical KNX device ld                |
-/// | 100000 * ld + 20 .. + 24             | app control channel, state, event, alive heartbeat, app debug |
-/// | 100000 * ld + 98 + 2 * co            | channel of CO co (co < 4096); value = channel + 1 |
-/// | 100000 * ld + 60000 + 10000 * type + 2 * n | channel of parameter n of type; value = channel + 1 |
-/// | 100000 * (ld + 1) - 1                | last ID of logical device ld         |
+/// | ID                                         | denotes                             |
+/// |--------------------------------------------|-------------------------------------|
+/// | 1000                                       | the device                          |
+/// | 100000 * ld                                | logical KNX device ld               |
+/// | 100000 * ld + 20                           | app control channel                 |
+/// | 100000 * ld + 21 .. 24                     | state, event, alive heartbeat, app debug |
+/// | 100000 * ld + 98 + 2 * co                  | channel of CO co (co < 4096)        |
+/// | 100000 * ld + 60000 + 10000 * type + 2 * n | channel of parameter n of type      |
+/// | 100000 * (ld + 1) - 1                      | last ID of logical device ld        |
+///
+/// The value of a channel is the channel + 1.
 ///
 /// Channels are even and values odd. The classifying functions keep their
 /// established arithmetic, including its blind spots, because identifiers
@@ -133,7 +136,8 @@ public:
   static bool IsCoValue(ObjModelId id);
   /// The CO number of a CO value ID (odd IDs only; channels give none),
   /// computed modulo ld * 100000.
-  static boost::optional<std::uint16_t> GetCoNumberFromObjModelId(ObjModelId id, LogicalDeviceId ld);
+  static boost::optional<std::uint16_t> GetCoNumberFromObjModelId(ObjModelId id,
+                                                                  LogicalDeviceId ld);
 
   // --- Parameters ---------------------------------------------------------
 
@@ -141,18 +145,20 @@ public:
   static std::uint32_t GetMaxParametersOfType(ParameterType type);
   /// 100000 * ld + 60000 + 10000 * type + 2 * n; none for n above the type's
   /// maximum. n = 0 is accepted.
-  static boost::optional<ObjModelId> GetParameterChannelObjModelId(std::uint16_t n, LogicalDeviceId ld,
-                                                                   ParameterType type);
+  static boost::optional<ObjModelId>
+  GetParameterChannelObjModelId(std::uint16_t n, LogicalDeviceId ld, ParameterType type);
   /// Channel + 1 of IP parameter n; none for n > 100.
-  static boost::optional<ObjModelId> GetIpParameterValueObjModelId(std::uint16_t n, LogicalDeviceId ld);
+  static boost::optional<ObjModelId> GetIpParameterValueObjModelId(std::uint16_t n,
+                                                                   LogicalDeviceId ld);
   /// Channel + 1 of number parameter n; none for n > 200.
   static boost::optional<ObjModelId> GetNumberParameterValueObjModelId(std::uint16_t n,
                                                                        LogicalDeviceId ld);
   /// Channel + 1 of text parameter n; none for n > 500.
-  static boost::optional<ObjModelId> GetTextParameterValueObjModelId(std::uint16_t n, LogicalDeviceId ld);
+  static boost::optional<ObjModelId> GetTextParameterValueObjModelId(std::uint16_t n,
+                                                                     LogicalDeviceId ld);
   /// Channel + 1 where the channel exists.
-  static boost::optional<ObjModelId> GetParameterValueObjModelId(std::uint16_t n, LogicalDeviceId ld,
-                                                                 ParameterType type);
+  static boost::optional<ObjModelId>
+  GetParameterValueObjModelId(std::uint16_t n, LogicalDeviceId ld, ParameterType type);
   /// channelId + 1 when IsParameterChannel(channelId); for a value ID that
   /// gives value + 1.
   static boost::optional<ObjModelId> GetParameterValueObjModelId(ObjModelId channelId);
@@ -161,10 +167,12 @@ public:
   static bool IsParameterChannel(ObjModelId id);
   /// The parameter type of a parameter ID of ld; none where IsParameterChannel
   /// is false or the ID lies beyond the text parameters of ld.
-  static boost::optional<ParameterType> GetParameterTypeFromObjModelId(ObjModelId id, LogicalDeviceId ld);
+  static boost::optional<ParameterType> GetParameterTypeFromObjModelId(ObjModelId id,
+                                                                       LogicalDeviceId ld);
   /// The parameter number of a parameter ID of ld, in 8 bits (numbers above
   /// 255 come back modulo 256); none where there is no type.
-  static boost::optional<std::uint8_t> GetParameterNumberFromObjModelId(ObjModelId id, LogicalDeviceId ld);
+  static boost::optional<std::uint8_t> GetParameterNumberFromObjModelId(ObjModelId id,
+                                                                        LogicalDeviceId ld);
 
   // --- DPT main types -----------------------------------------------------
   //

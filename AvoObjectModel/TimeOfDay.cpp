@@ -11,9 +11,8 @@ namespace {
 // The weekday mask of each day of week, indexed by the day (0 no day,
 // 1 Monday .. 7 Sunday). Read in both directions.
 constexpr std::array<VelWeekDays::WEEK_DAY_TYPES, 8> kWeekdayMasks = {
-    VelWeekDays::NONE,     VelWeekDays::MONDAY, VelWeekDays::TUESDAY,
-    VelWeekDays::WEDNESDAY, VelWeekDays::THURSDAY, VelWeekDays::FRIDAY,
-    VelWeekDays::SATURDAY, VelWeekDays::SUNDAY};
+    VelWeekDays::NONE,     VelWeekDays::MONDAY, VelWeekDays::TUESDAY,  VelWeekDays::WEDNESDAY,
+    VelWeekDays::THURSDAY, VelWeekDays::FRIDAY, VelWeekDays::SATURDAY, VelWeekDays::SUNDAY};
 
 // A mask naming exactly one day gives that day; 0 and combinations of days
 // give no day, since a time of day carries at most one.

@@ -1,0 +1,102 @@
+// Many callers, a faulty device stack: every request ends with its own reply
+// or with a default docket, and nothing is left behind.
+
+#include "AvoObjectModel/DscAsyncRequestMessenger.h"
+
+#include "LogCapture.h"
+#include "Polt/SimulatedDeviceStackClient.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm> // std::count
+#include <atomic>
+#include <cstdlib> // std::abort
+#include <future>
+
+namespace {
+
+using namespace std::chrono_literals;
+using boost::posix_time::milliseconds;
+
+constexpr int CallerThreads = 8;
+constexpr int RequestsPerThread = 2000;
+
+// Request i of thread t, over the five kinds; expectedReply is what its answer
+// must carry. Thread t reads object 100 + t and writes object 200 + t.
+Avo::Docket Send(Avo::DscAsyncRequestMessenger& messenger, int t, int i,
+                 std::string& expectedReply) {
+  const std::string payload = std::to_string(t) + "-" + std::to_string(i);
+  switch (i % 5) {
+  case 0:
+    return messenger.RegisterApplication(payload, "1.0", "/opt/apps");
+  case 1: {
+    VELVALUE value(ivtInteger);
+    value.lVal = t * RequestsPerThread + i;
+    expectedReply = Avo::RemoteRequestMessengerDeviceStack::ValueText(value, false);
+    return messenger.SetValue(200UL + static_cast<unsigned long>(t), value, false);
+  }
+  case 2:
+    expectedReply = "read " + std::to_string(t);
+    return messenger.GetValue(100UL + static_cast<unsigned long>(t), false);
+  case 3:
+    expectedReply = payload;
+    return messenger.Request(payload, milliseconds(0));
+  default:
+    return messenger.SetConfiguration(payload, milliseconds(10), [] { return true; });
+  }
+}
+
+TEST(MessengerStress, EveryRequestGetsItsOwnReplyOrADefaultDocket) {
+  Polt::SimulatedDeviceStackOptions options;
+  options.dropRate = options.duplicateRate = options.errorRate = 0.05;
+  options.maxDelay = 2ms;
+  Polt::SimulatedDeviceStackClient simulation(options);
+  for (int t = 0; t < CallerThreads; ++t) {
+    simulation.SetObject(100UL + static_cast<unsigned long>(t), "read " + std::to_string(t));
+    simulation.SetObject(200UL + static_cast<unsigned long>(t), "");
+  }
+  Avo::RemoteRequestMessengerDeviceStack adapter(simulation);
+  Avo::DscAsyncRequestMessenger messenger(adapter, milliseconds(10), 2);
+  messenger.SetAsResponseHandler();
+  AvoTest::ScopedLogCapture capture(log4cplus::ERROR_LOG_LEVEL);
+
+  std::atomic<int> unanswered{0}, errors{0};
+  std::vector<std::future<void>> callers;
+  for (int t = 0; t < CallerThreads; ++t) {
+    callers.push_back(std::async(std::launch::async, [&, t] {
+      for (int i = 0; i < RequestsPerThread; ++i) {
+        std::string expectedReply;
+        const Avo::Docket docket = Send(messenger, t, i, expectedReply);
+        if (!docket.IsAnswered()) {
+          ++unanswered;
+          expectedReply.clear(); // a default docket
+        }
+        const bool isError = docket.IsAnswered() && !docket.IsReplyValid();
+        errors += isError ? 1 : 0;
+        EXPECT_EQ(docket.ReadReply(), expectedReply) << "request " << t << "-" << i;
+        EXPECT_EQ(docket.ReadDeliveryError(), isError ? "Simulated error" : "");
+      }
+    }));
+  }
+  const auto deadline = std::chrono::steady_clock::now() + 240s;
+  for (auto& caller : callers) {
+    if (caller.wait_until(deadline) != std::future_status::ready) {
+      ADD_FAILURE() << "a caller thread hung";
+      std::abort(); // it still uses the objects of this scope
+    }
+  }
+  messenger.UnsetAsResponseHandler();
+
+  EXPECT_EQ(messenger.GetOutstandingRequestCount(), 0u);
+  EXPECT_GT(errors, 0);
+  // Every unanswered request used up its attempts.
+  const auto exhausted = capture.Texts();
+  EXPECT_EQ(std::count(exhausted.begin(), exhausted.end(), "Maximum number of retries (2) reached."),
+            unanswered.load());
+  const auto counters = simulation.GetCounters();
+  EXPECT_GT(counters.droppedAnswers, 0u);
+  EXPECT_GT(counters.duplicatedAnswers, 0u);
+  EXPECT_EQ(counters.handlerExceptions, 0u);
+}
+
+} // namespace
