@@ -92,15 +92,22 @@ const char* BaseName(const char* file) {
 
 } // namespace
 
-log4cplus::Logger& GetGlobalDefaultLogger() {
+namespace detail {
+
+std::atomic<log4cplus::Logger*> g_globalDefaultLogger{nullptr};
+
+log4cplus::Logger& SetUpGlobalDefaultLogger() {
   static log4cplus::Logger logger = [] {
     log4cplus::initialize();
     log4cplus::Logger avo = log4cplus::Logger::getInstance("Avo");
     InstallDefaultConsoleAppender(avo);
     return avo;
   }();
+  g_globalDefaultLogger.store(&logger, std::memory_order_release);
   return logger;
 }
+
+} // namespace detail
 
 bool ConfigureLogging(const std::string& propertiesFile) {
   GetGlobalDefaultLogger();

@@ -6,16 +6,30 @@
 #include <log4cplus/logger.h>   // log4cplus::Logger
 #include <log4cplus/loglevel.h> // log4cplus::LogLevel and the level constants
 
+#include <atomic>
 #include <sstream>   // std::ostringstream, used by the logging macros
 #include <stdexcept> // std::logic_error
 #include <string>
 
 namespace Avo {
 
+namespace detail {
+/// The global default logger once it is set up; null before. Set once and
+/// never changed, so that every log statement reaches the logger with one
+/// load instead of a call into the platform library.
+extern std::atomic<log4cplus::Logger*> g_globalDefaultLogger;
+/// Sets the global default logger up on its first use (once, whichever
+/// thread comes first) and publishes it.
+log4cplus::Logger& SetUpGlobalDefaultLogger();
+} // namespace detail
+
 /// The logger that every line of the library goes through (named "Avo").
 /// On first use, a program that has not configured log4cplus gets a console
 /// appender on standard error at INFO level.
-log4cplus::Logger& GetGlobalDefaultLogger();
+inline log4cplus::Logger& GetGlobalDefaultLogger() {
+  log4cplus::Logger* logger = detail::g_globalDefaultLogger.load(std::memory_order_acquire);
+  return logger != nullptr ? *logger : detail::SetUpGlobalDefaultLogger();
+}
 
 /// Loads a log4cplus properties file; it replaces the default console set-up.
 /// Returns false (and leaves the current set-up) when the file cannot be read.
