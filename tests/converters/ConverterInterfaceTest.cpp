@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <thread>
 #include <type_traits>
 #include <typeinfo>
 
@@ -87,6 +88,48 @@ TEST(ConverterInterface, CloneIsAnIndependentObjectOfTheSameClassAndRange) {
     const KnxConverter& cloned = *copy;
     EXPECT_EQ(typeid(cloned), testCase.type);
     EXPECT_EQ(testCase.rangeOf(cloned), range);
+  }
+}
+
+// Converter blocks are recycled per thread by size: clones of every class,
+// more of each than a thread keeps, freed on another thread and made again,
+// must each keep their own class and range.
+TEST(ConverterInterface, ClonesKeepClassAndRangeWhileBlocksAreRecycledAcrossThreads) {
+  struct Clone {
+    const ConverterCase* of;
+    std::unique_ptr<KnxConverter> converter;
+  };
+  std::vector<std::unique_ptr<KnxConverter>> originals;
+  std::vector<std::string> ranges;
+  for (const ConverterCase& testCase : kAll) {
+    originals.emplace_back(testCase.make());
+    ranges.push_back(testCase.rangeOf(*originals.back()));
+  }
+  std::vector<Clone> clones;
+  for (int round = 0; round < 3; ++round) {
+    for (int copies = 0; copies < 100; ++copies) {
+      for (std::size_t i = 0; i < kAll.size(); ++i) {
+        clones.push_back({&kAll[i], std::unique_ptr<KnxConverter>(originals[i]->Clone())});
+      }
+    }
+    // Every other clone dies on another thread; its block goes to that thread.
+    std::vector<Clone> survivors;
+    std::vector<std::unique_ptr<KnxConverter>> doomed;
+    for (std::size_t i = 0; i < clones.size(); ++i) {
+      if (i % 2 == 0) {
+        survivors.push_back(std::move(clones[i]));
+      } else {
+        doomed.push_back(std::move(clones[i].converter));
+      }
+    }
+    std::thread([&doomed] { doomed.clear(); }).join();
+    clones = std::move(survivors);
+  }
+  for (const Clone& clone : clones) {
+    const std::size_t i = static_cast<std::size_t>(clone.of - kAll.data());
+    const KnxConverter& converter = *clone.converter;
+    ASSERT_EQ(typeid(converter), clone.of->type);
+    ASSERT_EQ(clone.of->rangeOf(converter), ranges[i]);
   }
 }
 
