@@ -22,7 +22,8 @@ TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
   } cases[] = {{{16, 9, 1}, 9001, ""},       {{0, 9, 1}, 9001, ""}, // the bit size is no part of the key
                {{16, 9, 29}, 9000, ""},      {{16, 9, 0}, 9000, ""},   {{8, 20, 105}, 20000, ""},
                {{8, 20, 103}, 20103, ""},    {{8, 30, 5}, 30005, ""},  {{8, 30, 7}, -1, "30.x"},
-               {{8, 30, 0}, -1, "30.0"},     {{8, 99, 1}, -1, "99.1"}, {{8, 8, 1}, -1, "8.1"}};
+               {{8, 30, 0}, -1, "30.0"},     {{8, 30, 1}, -1, "30.x"}, {{8, 99, 1}, -1, "99.1"},
+               {{8, 8, 1}, -1, "8.1"}};
   for (const auto& c : cases) {
     ScopedLogCapture capture;
     const Avo::DptValueEntry& row = converter.GetEntry(c.requested);
@@ -38,6 +39,34 @@ TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
   const Avo::DptValueEntry& empty = Avo::DptValueMap::GetEmptyEntry();
   EXPECT_TRUE(empty.GetDpt() == KNXDPT(0, 0, 0) && empty.GetValueType() == ivtEmpty && empty.GetValueSubType() == 0);
   EXPECT_NE(dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()), nullptr);
+}
+
+// A converter filled by Init finds its rows through an index of the
+// catalogue's layout; the same rows registered one by one are searched. Both
+// must give the same row, or the same line, for any DPT.
+TEST(DptValueMap, CatalogueLookupsAgreeWithASearchOfTheSameRows) {
+  Avo::KnxValueConverter searched;
+  for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
+    const KNXDPT& dpt = row.GetDpt();
+    searched.AddDptValueMapEntry(dpt.mainNumber, dpt.subNumber, dpt.bitSize, row.GetValueType(),
+                                 row.GetValueSubType(), *row.GetConverter());
+  }
+  ScopedLogCapture capture;
+  std::vector<std::string> mismatches;
+  for (std::uint16_t main = 0; main <= 300; ++main) {
+    for (std::uint16_t sub : {0, 1, 2, 5, 6, 7, 20, 27, 28, 29, 101, 102, 103, 104, 600, 65535}) {
+      const KNXDPT dpt(16, main, sub);
+      const Avo::DptValueEntry& indexed = Initialised().GetEntry(dpt);
+      const std::vector<std::string> indexedLines = capture.Texts();
+      capture.Clear();
+      const Avo::DptValueEntry& found = searched.GetEntry(dpt);
+      if (!(indexed.GetDpt() == found.GetDpt()) || capture.Texts() != indexedLines) {
+        mismatches.push_back(DptText(dpt));
+      }
+      capture.Clear();
+    }
+  }
+  EXPECT_THAT(mismatches, IsEmpty());
 }
 
 TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
