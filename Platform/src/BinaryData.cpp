@@ -1,6 +1,6 @@
 #include "KnxStack/GroupValue.h"
 
-#include <algorithm> // std::min
+#include <algorithm> // std::copy_n, std::min
 #include <string>
 
 namespace KnxStack {
@@ -73,7 +73,10 @@ void BinaryData::SetUInt8Value(unsigned int index, std::uint8_t value) {
 }
 
 void BinaryData::Assign(const std::uint8_t* data, unsigned int size) {
-  m_bytes.assign(data, data + size);
+  // Sized without zeroing, then copied: a few stores for the short values of
+  // the typed setters.
+  m_bytes.resize(size, boost::container::default_init);
+  std::copy_n(data, size, m_bytes.data());
 }
 
 std::string BinaryData::ToString() const {
