@@ -35,7 +35,7 @@ bool DptValueMap::Insert(DptValueEntry&& entry) {
   return true;
 }
 
-const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const {
+const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search) const {
   const DptValueEntry* const begin = m_entries.data();
   const DptValueEntry* const end = begin + m_entries.size();
   const std::uint16_t mainNumber = dpt.mainNumber;

@@ -106,7 +106,28 @@ public:
   /// The row for the DPT: the exact (main, sub) row, else the main.x row of
   /// the main number, else the shared empty entry (value type 1) after one
   /// ERROR line. Never throws.
-  const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+  const DptValueEntry& GetEntry(const KNXDPT& dpt) const {
+    // Defined here, so that a conversion finds a catalogue row without a
+    // call: through the index to the main number's rows, a short walk over
+    // them, or the main.x row. Everything else is searched and logged.
+    if (m_catalogueIndex != nullptr && dpt.mainNumber < kIndexedMainNumbers) {
+      const std::uint8_t position = (*m_catalogueIndex)[dpt.mainNumber];
+      if (position != kNoRow) {
+        const DptValueEntry* const first = m_entries.data() + position;
+        const DptValueEntry* const end = m_entries.data() + m_entries.size();
+        const std::uint32_t key = KeyOf(dpt);
+        for (const DptValueEntry* row = first; row != end && KeyOf(row->GetDpt()) <= key; ++row) {
+          if (KeyOf(row->GetDpt()) == key) {
+            return *row;
+          }
+        }
+        if (dpt.subNumber != 0 && first->GetDpt().subNumber == 0) {
+          return *first;
+        }
+      }
+    }
+    return GetEntry(dpt, Search{});
+  }
 
   /// Removes every row (and so deletes every converter).
   void Clear();
@@ -136,6 +157,11 @@ private:
 
   /// The index of the current rows; their positions must lie below kNoRow.
   MainNumberIndex BuildIndex() const;
+
+  struct Search {};
+  /// GetEntry by searching the rows, for the lookups that the index does not
+  /// answer; it logs the failed ones (under the name GetEntry).
+  const DptValueEntry& GetEntry(const KNXDPT& dpt, Search) const;
 
   /// The ordering key: main number, then sub number.
   static std::uint32_t KeyOf(const KNXDPT& dpt) {
