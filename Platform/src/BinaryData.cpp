@@ -1,6 +1,6 @@
 #include "KnxStack/GroupValue.h"
 
-#include <algorithm> // std::copy_n, std::min
+#include <algorithm> // std::min
 #include <string>
 
 namespace KnxStack {
@@ -70,13 +70,6 @@ void BinaryData::SetUInt8Value(unsigned int index, std::uint8_t value) {
     m_bytes.resize(std::size_t{index} + 1, 0);
   }
   m_bytes[index] = value;
-}
-
-void BinaryData::Assign(const std::uint8_t* data, unsigned int size) {
-  // Sized without zeroing, then copied: a few stores for the short values of
-  // the typed setters.
-  m_bytes.resize(size, boost::container::default_init);
-  std::copy_n(data, size, m_bytes.data());
 }
 
 std::string BinaryData::ToString() const {

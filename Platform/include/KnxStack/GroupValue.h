@@ -6,6 +6,7 @@
 #include <boost/container/small_vector.hpp>
 
 #include <cstdint>
+#include <cstring> // std::memcpy
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -49,7 +50,14 @@ public:
   /// Writes the byte at index, growing the buffer with zero bytes as needed.
   void SetUInt8Value(unsigned int index, std::uint8_t value);
   /// Replaces the bytes with size bytes from data.
-  void Assign(const std::uint8_t* data, unsigned int size);
+  void Assign(const std::uint8_t* data, unsigned int size) {
+    // Inline, so that the typed setters' fixed sizes become a store or two;
+    // sized without zeroing, then copied.
+    m_bytes.resize(size, boost::container::default_init);
+    if (size != 0) {
+      std::memcpy(m_bytes.data(), data, size);
+    }
+  }
 
   /// The bytes as upper-case hex pairs separated by blanks ("0C 33"); "" when empty.
   std::string ToString() const;
