@@ -26,6 +26,11 @@ constexpr int kMaxMantissaAtMaxExponent = 2046;
 constexpr double kPowersOfTwo[kMaxExponent + 1] = {1,    2,    4,    8,     16,    32,
                                                    64,   128,  256,  512,   1024,  2048,
                                                    4096, 8192, 16384, 32768};
+// Exact, so that multiplying by them divides exactly.
+constexpr double kInversePowersOfTwo[kMaxExponent + 1] = {
+    1.0,         1.0 / 2,    1.0 / 4,    1.0 / 8,     1.0 / 16,    1.0 / 32,
+    1.0 / 64,    1.0 / 128,  1.0 / 256,  1.0 / 512,   1.0 / 1024,  1.0 / 2048,
+    1.0 / 4096,  1.0 / 8192, 1.0 / 16384, 1.0 / 32768};
 
 constexpr std::uint16_t Pack(int mantissa, int exponent) {
   const unsigned int bits = static_cast<unsigned int>(mantissa) & 0xFFFu;
@@ -68,14 +73,12 @@ inline int BinaryExponent(double x) {
 /// saturate to 0x7FFE (670433.28) or 0xF800 (-671088.64).
 inline std::uint16_t EncodeKnxFloat16(double value) noexcept {
   using namespace knxfloat16;
-  if (std::isnan(value) || value == kKnxFloat16InvalidValue) {
-    return kKnxFloat16InvalidCode;
-  }
   const double scaled = value * 100.0;
   int exponent = 0;
+  // Most values fit exponent 0; NaN fits none and is sorted out below.
   if (!Fits(scaled, 0)) {
-    if (!Fits(scaled, kMaxExponent)) {
-      return scaled > 0.0 ? kLargestCode : kSmallestCode;
+    if (std::isnan(value) || value == kKnxFloat16InvalidValue) {
+      return kKnxFloat16InvalidCode;
     }
     // The smallest exponent that fits is the binary exponent of scaled less
     // 12 or 11 (or 10 when rounding pushes the mantissa out): start below
@@ -84,11 +87,14 @@ inline std::uint16_t EncodeKnxFloat16(double value) noexcept {
     if (exponent < 1) {
       exponent = 1;
     }
-    while (!Fits(scaled, exponent)) {
+    while (exponent <= kMaxExponent && !Fits(scaled, exponent)) {
       ++exponent;
     }
+    if (exponent > kMaxExponent) {
+      return scaled > 0.0 ? kLargestCode : kSmallestCode;
+    }
   }
-  const int mantissa = RoundHalfToEven(scaled / kPowersOfTwo[exponent]);
+  const int mantissa = RoundHalfToEven(scaled * kInversePowersOfTwo[exponent]);
   if (exponent == kMaxExponent && mantissa > kMaxMantissaAtMaxExponent) {
     return kLargestCode;
   }
