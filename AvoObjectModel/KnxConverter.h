@@ -359,4 +359,18 @@ public:
 
 #undef AVO_KNX_CONVERTER_OPERATIONS
 
+/// What a converter is, for programs that show the DPT catalogue.
+struct KnxConverterDescription {
+  /// The converter's class without the namespace ("KnxConverterFloat16BitFloat");
+  /// empty for a class that this header does not define.
+  std::string className;
+  /// The range the converter holds, its class and its four bounds in full
+  /// ("FloatRange(-671088.64, 670760.96, -671088.64, 670760.96)"); empty when
+  /// it holds none.
+  std::string range;
+};
+
+/// Names the class of the converter and the range it holds.
+KnxConverterDescription DescribeKnxConverter(const KnxConverter& converter);
+
 } // namespace Avo

@@ -5,6 +5,7 @@
 
 #include <boost/unordered_map.hpp>
 
+#include <algorithm> // std::sort
 #include <array>
 #include <functional>
 
@@ -345,6 +346,19 @@ boost::optional<std::uint8_t> KnxKelMapping::GetParameterNumberFromObjModelId(Ob
 }
 
 // --- DPT main types ---------------------------------------------------------------
+
+std::vector<KnxKelMapping::DptMainType> KnxKelMapping::GetDptMainTypes() {
+  std::vector<DptMainType> rows;
+  rows.reserve(MainTypes().size());
+  for (const auto& row : MainTypes()) {
+    rows.push_back({row.first, row.second.valueType, row.second.valueSubType});
+  }
+  // The table is a hash map: give the rows in a stable order.
+  std::sort(rows.begin(), rows.end(), [](const DptMainType& left, const DptMainType& right) {
+    return left.mainNumber < right.mainNumber;
+  });
+  return rows;
+}
 
 VelValueType KnxKelMapping::GetIvtFromDpt(PackedDpt dpt) {
   const DptMainTypeProperties* row = FindMainType(MainNumberOf(dpt));

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace Avo {
 
@@ -181,6 +182,16 @@ public:
   // 4, 29, 219, 222, 229 and 230 are known with the empty type: they carry
   // no value and are treated like unknown numbers by the group value bridge.
 
+  /// One row of the main-type table.
+  struct DptMainType {
+    std::uint32_t mainNumber;
+    VelValueType valueType;
+    VelDP::VelValueSubType valueSubType;
+  };
+  /// Every row of the main-type table, by main number (smallest first), for
+  /// programs that show the table; the default value of a row is
+  /// GetDefaultValueFromDpt of its main number.
+  static std::vector<DptMainType> GetDptMainTypes();
   /// The value type of the DPT's main number; ivtEmpty for unknown numbers.
   static VelValueType GetIvtFromDpt(PackedDpt dpt);
   /// The name of the main number's value type; "Empty" for unknown numbers.

@@ -3,6 +3,9 @@
 
 #include "ConverterTestSupport.h"
 
+#include <cxxabi.h> // abi::__cxa_demangle
+
+#include <cstdlib> // std::free
 #include <functional>
 #include <memory>
 #include <thread>
@@ -131,6 +134,43 @@ TEST(ConverterInterface, ClonesKeepClassAndRangeWhileBlocksAreRecycledAcrossThre
     ASSERT_EQ(typeid(converter), clone.of->type);
     ASSERT_EQ(clone.of->rangeOf(converter), ranges[i]);
   }
+}
+
+// A converter class of another library.
+struct ForeignConverter final : KnxConverter {
+  bool ToKnxValue(const KNXDPT&, const VELVALUE&, KnxStack::GroupValue&) const override { return true; }
+  bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, VELVALUE&) const override { return true; }
+  KnxConverter* Clone() const override { return new ForeignConverter(*this); }
+};
+
+TEST(ConverterInterface, DescriptionNamesTheClassAndItsRange) {
+  for (const ConverterCase& testCase : kAll) {
+    SCOPED_TRACE(testCase.type.name());
+    const std::unique_ptr<KnxConverter> converter(testCase.make());
+    const KnxConverterDescription description = DescribeKnxConverter(*converter);
+    int status = 0;
+    const std::unique_ptr<char, void (*)(void*)> className(
+        abi::__cxa_demangle(testCase.type.name(), nullptr, nullptr, &status), std::free);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ("Avo::" + description.className, className.get());
+    EXPECT_EQ(description.range.empty(), testCase.rangeOf(*converter).empty());
+  }
+  // Bounds in full, each range under its own class name.
+  const std::pair<KnxConverterDescription, std::string> ranges[] = {
+      {DescribeKnxConverter(KnxConverterFloat16BitFloat(FloatRange(-671088.64, 670760.96, -0.5, 1e+300))),
+       "FloatRange(-671088.64, 670760.96, -0.5, 1e+300)"},
+      {DescribeKnxConverter(KnxConverter4Bit(FloatIntegerRange(-100.25, 100, -2147483648, 15))),
+       "FloatIntegerRange(-100.25, 100, -2147483648, 15)"},
+      {DescribeKnxConverter(KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, -1, 2))),
+       "LongIntegerRange(0, 4294967295, -1, 2)"},
+      {DescribeKnxConverter(KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255))),
+       "IntegerRange(-64, 64, 0, 255)"}};
+  for (const auto& range : ranges) {
+    EXPECT_EQ(range.first.range, range.second);
+  }
+  const KnxConverterDescription foreign = DescribeKnxConverter(ForeignConverter());
+  EXPECT_EQ(foreign.className, "");
+  EXPECT_EQ(foreign.range, "");
 }
 
 TEST(ConverterInterface, TraceLineBeginsTheOperationsThatWriteIt) {
