@@ -217,6 +217,28 @@ TEST(BinaryData, GrowsOnWriteAndPrintsUpperCaseHexPairs) {
   EXPECT_EQ(data.ToString(), "00 0C 00 AB");
 }
 
+// Short data lives inside the object, longer data on the heap: the bytes
+// must survive every change between the two, copies and self-assignment.
+TEST(BinaryData, KeepsItsBytesInsideTheObjectAndOnTheHeap) {
+  BinaryData data;
+  for (const unsigned size : {1U, 14U, 15U, 40U, 2U, 0U, 14U}) {
+    Bytes bytes(size);
+    for (unsigned i = 0; i < size; ++i) {
+      bytes[i] = static_cast<std::uint8_t>(size * 7 + i);
+    }
+    data.Assign(bytes.data(), size);
+    const BinaryData copy = data;
+    BinaryData assigned(Bytes{0x55});
+    assigned = data;
+    EXPECT_EQ(data.GetBytes(), bytes) << size;
+    EXPECT_EQ(copy.GetBytes(), bytes) << size;
+    EXPECT_EQ(assigned.GetBytes(), bytes) << size;
+  }
+  data.Assign(data.GetData() + 1, 13); // its own bytes, shifted by one
+  EXPECT_EQ(data.GetBytes().front(), 14 * 7 + 1);
+  EXPECT_EQ(data.GetSize(), 13U);
+}
+
 TEST(BinaryData, PointerConstructorRefusesMissingData) {
   const unsigned char raw[] = {0x01, 0x02};
   EXPECT_EQ(BinaryData(raw, 2).GetBytes(), (Bytes{0x01, 0x02}));

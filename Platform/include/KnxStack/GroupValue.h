@@ -6,7 +6,7 @@
 #include <boost/container/small_vector.hpp>
 
 #include <cstdint>
-#include <cstring> // std::memcpy
+#include <cstring> // std::memmove
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -55,7 +55,7 @@ public:
     // sized without zeroing, then copied.
     m_bytes.resize(size, boost::container::default_init);
     if (size != 0) {
-      std::memcpy(m_bytes.data(), data, size);
+      std::memmove(m_bytes.data(), data, size); // data may be this buffer's own bytes
     }
   }
 
