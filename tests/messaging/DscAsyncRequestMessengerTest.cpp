@@ -1,166 +1,277 @@
-// The messenger against a test double of the device stack: attempts,
-// timeouts, relevance and answers nobody waits for, with their exact log lines.
+// The messenger over the adapter and the simulated device stack, as a program
+// uses them: attempts, timeouts, relevance, answers nobody waits for, with
+// their exact log lines; then the adapter's value texts and the simulation.
 
 #include "AvoObjectModel/DscAsyncRequestMessenger.h"
 
 #include "LogCapture.h"
 #include "Polt/DeviceStackError.h"
+#include "Polt/SimulatedDeviceStackClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <functional>
+#include <future>
+#include <limits>
+#include <memory>
+#include <thread>
 
 namespace {
 
-using Avo::DscAsyncRequestMessenger;
+using namespace std::chrono_literals;
+using Avo::Docket;
 using AvoTest::Line;
-using AvoTest::LogLine;
-using boost::posix_time::milliseconds;
 using boost::posix_time::time_duration;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::Return;
 
 const auto DEBUG = log4cplus::DEBUG_LOG_LEVEL;
+const auto INFO = log4cplus::INFO_LOG_LEVEL;
 const auto WARN = log4cplus::WARN_LOG_LEVEL;
 const auto ERROR = log4cplus::ERROR_LOG_LEVEL;
 const time_duration Infinite(boost::posix_time::pos_infin);
+const std::string kSync = "SynchronizeRequest", kWait = "WaitForAnswer";
 
-class MockDeviceStack : public Avo::RequestMessengerDeviceStack {
-public:
-  MOCK_METHOD(void, SetResponseHandler, (Polt::IDeviceStackClient::IResponseHandler*), (override));
-  MOCK_METHOD(std::string, RegisterApplicationAsync,
-              (const std::string&, const std::string&, const std::string&), (override));
-  MOCK_METHOD(std::string, SetValueAsync, (unsigned long, const VELVALUE&, bool), (override));
-  MOCK_METHOD(std::string, GetValueAsync, (unsigned long, bool), (override));
-  MOCK_METHOD(std::string, RequestAsync, (const std::string&), (override));
-  MOCK_METHOD(std::string, SetConfigurationAsync, (const std::string&), (override));
-  MOCK_METHOD(bool, SetConfiguration, (unsigned long, const Properties&, bool), (override));
-  MOCK_METHOD(bool, GetDeviceConfig, (std::string&, bool), (override));
-  MOCK_METHOD(bool, SetDeviceConfig, ((const std::map<std::string, std::string>&)), (override));
-  MOCK_METHOD(bool, EnableNativeFormat, (), (override));
-  MOCK_METHOD(void, EnableInternalValueFormat, (), (override));
-  MOCK_METHOD(void, EnableDefaultValueFormat, (), (override));
-};
+time_duration Ms(long count) { return boost::posix_time::milliseconds(count); }
 
-bool IsDefault(const Avo::Docket& docket) {
+bool IsDefault(const Docket& docket) {
   return !docket.IsAnswered() && !docket.IsReplyValid() && docket.ReadReply().empty() &&
          docket.ReadDeliveryError().empty();
 }
 
-std::vector<LogLine> Unanswered(const std::string& waited, const std::string& printed) {
-  return {Line(DEBUG, "Request ID is '7'", "SynchronizeRequest"),
-          Line(WARN, "Timeout (" + waited + ") occured for request ID '7'", "WaitForAnswer"),
-          Line(ERROR, "No response received for ID '7' with timeout " + printed + ", retrying",
-               "SynchronizeRequest")};
-}
+struct Messenger : ::testing::Test {
+  Messenger() {
+    simulation.SetObject(42, "4.2:21", "urn:lamp");
+    messenger.SetAsResponseHandler();
+  }
+  ~Messenger() override { messenger.UnsetAsResponseHandler(); }
+  // Plans the answers of the next `count` requests.
+  void Plan(int count, const std::function<void(Polt::SimulatedAnswerPlan&)>& change) {
+    Polt::SimulatedAnswerPlan plan;
+    change(plan);
+    for (; count > 0; --count) {
+      simulation.PlanNextAnswer(plan);
+    }
+  }
+  Polt::SimulatedDeviceStackClient simulation;
+  Avo::RemoteRequestMessengerDeviceStack adapter{simulation};
+  Avo::DscAsyncRequestMessenger messenger{adapter, boost::posix_time::seconds(5), 0};
+};
 
-TEST(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
-  const std::vector<LogLine> emptyId = {
-      Line(DEBUG, "Request ID is ''", "SynchronizeRequest"),
-      Line(ERROR, "Request ID is empty, retrying", "SynchronizeRequest")};
+TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
   const struct {
-    const char* name;
     unsigned int maxRetries;
     time_duration defaultTimeout, timeout;
-    std::string requestId; // what every request returns
     int requests;
-    std::vector<LogLine> attemptLines;
+    bool emptyIds; // else the answers are lost
+    std::string waited, printed;
   } cases[] = {
       // A zero timeout waits the default one but prints the caller's zero.
-      {"never answered", 2, milliseconds(1), milliseconds(0), "7", 3,
-       Unanswered("00:00:00.001000", "00:00:00")},
-      {"own timeout", 0, milliseconds(1), milliseconds(3), "7", 1,
-       Unanswered("00:00:00.003000", "00:00:00.003000")},
-      {"special timeout", 0, milliseconds(1), time_duration(boost::posix_time::neg_infin), "7", 1,
-       Unanswered("-infinity", "-infinity")},
-      // It would hang here if it waited for an answer.
-      {"empty id, no wait", 2, Infinite, Infinite, "", 3, emptyId},
-      {"attempt count wraps", UINT_MAX, milliseconds(1), milliseconds(0), "7", 0, {}},
-  };
+      {2, Ms(1), Ms(0), 3, false, "00:00:00.001000", "00:00:00"},
+      {0, Ms(1), Ms(3), 1, false, "00:00:00.003000", "00:00:00.003000"},
+      {0, Ms(1), time_duration(boost::posix_time::neg_infin), 1, false, "-infinity", "-infinity"},
+      {2, Infinite, Infinite, 3, true, "", ""}, // without a request ID, a wait would hang
+      {UINT_MAX, Ms(1), Ms(0), 0, false, "", ""}}; // the attempt count wraps to none
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    ::testing::StrictMock<MockDeviceStack> stack;
-    DscAsyncRequestMessenger messenger(stack, c.defaultTimeout, c.maxRetries);
-    ON_CALL(stack, RequestAsync("status")).WillByDefault(Return(c.requestId));
-    EXPECT_CALL(stack, RequestAsync("status")).Times(c.requests);
-    AvoTest::ScopedLogCapture capture;
-    EXPECT_TRUE(IsDefault(messenger.Request("status", c.timeout)));
-    std::vector<LogLine> expected;
-    for (int i = 0; i < c.requests; ++i) {
-      expected.insert(expected.end(), c.attemptLines.begin(), c.attemptLines.end());
+    Avo::DscAsyncRequestMessenger retrying(adapter, c.defaultTimeout, c.maxRetries);
+    Plan(c.requests, [&c](auto& plan) { (c.emptyIds ? plan.emptyRequestId : plan.drop) = true; });
+    const auto sent = simulation.GetCounters().requests;
+    std::vector<AvoTest::LogLine> expected;
+    for (int attempt = 1; attempt <= c.requests; ++attempt) {
+      const std::string id = c.emptyIds ? "" : std::to_string(sent + attempt);
+      expected.push_back(Line(DEBUG, "Request ID is '" + id + "'", kSync));
+      if (c.emptyIds) {
+        expected.push_back(Line(ERROR, "Request ID is empty, retrying", kSync));
+        continue;
+      }
+      expected.push_back(
+          Line(WARN, "Timeout (" + c.waited + ") occured for request ID '" + id + "'", kWait));
+      expected.push_back(Line(ERROR, "No response received for ID '" + id + "' with timeout " +
+                                         c.printed + ", retrying", kSync));
     }
-    expected.push_back(Line(ERROR, "Maximum number of retries (" + std::to_string(c.maxRetries) +
-                                       ") reached.", "SynchronizeRequest"));
-    EXPECT_THAT(capture.Lines(), ElementsAreArray(expected));
+    const std::string retries = std::to_string(c.maxRetries);
+    expected.push_back(Line(ERROR, "Maximum number of retries (" + retries + ") reached.", kSync));
+    AvoTest::ScopedLogCapture capture;
+    EXPECT_TRUE(IsDefault(retrying.Request("status", c.timeout)));
+    EXPECT_THAT(capture.Lines(), ::testing::ElementsAreArray(expected));
   }
 }
 
-TEST(Messenger, AnIrrelevantRequestIsAbortedWithoutRetry) {
-  ::testing::StrictMock<MockDeviceStack> stack;
-  DscAsyncRequestMessenger messenger(stack, milliseconds(1), 2);
-  EXPECT_CALL(stack, SetConfigurationAsync("cfg")).WillOnce(Return("9"));
+TEST_F(Messenger, BlockingRequestsPassTheirArgumentsOnAndGetTheirOwnAnswer) {
+  VELVALUE five(ivtInteger);
+  five.lVal = 5;
+  const std::string fiveText = Avo::RemoteRequestMessengerDeviceStack::ValueText(five, false);
+  EXPECT_TRUE(messenger.RegisterApplication("app", "1", "/a").IsReplyValid());
+  EXPECT_EQ(messenger.SetValue(42, five, false).ReadReply(), fiveText);
+  EXPECT_TRUE(messenger.SetConfiguration("cfg", Ms(0), [] { return true; }).IsReplyValid());
+  using Registration = Polt::SimulatedDeviceStackClient::ApplicationRegistration;
+  EXPECT_THAT(simulation.GetRegisteredApplications(), ElementsAre(Registration{"app", "1", "/a"}));
+  EXPECT_THAT(simulation.GetConfigurations(), ElementsAre("cfg"));
+  // An answer begun before the request call returns is stored once its
+  // caller sleeps; one that comes late still comes within an infinite wait.
+  ASSERT_TRUE(simulation.WaitUntilIdle(5s)); // an early answer needs a free delivery thread
+  Plan(1, [](auto& plan) { plan.early = true; });
+  EXPECT_EQ(messenger.GetValue(42, false).ReadReply(), fiveText);
+  EXPECT_EQ(simulation.GetCounters().earlyAnswers, 1u);
+  Plan(1, [](auto& plan) { plan.delay = 5ms; });
+  EXPECT_EQ(messenger.Request("late", Infinite).ReadReply(), "late");
+  // An error answer is an answer, and is not retried.
+  Plan(1, [](auto& plan) { plan.errorCode = 9, plan.errorMessage = "busy"; });
+  AvoTest::ScopedLogCapture capture(ERROR);
+  const Docket refused = messenger.GetValue(42, false);
+  EXPECT_TRUE(refused.IsAnswered() && !refused.IsReplyValid() && refused.ReadReply() == fiveText);
+  EXPECT_EQ(refused.ReadDeliveryError(), "busy");
+  const std::string failure = "KEL error for request 6: 9; Simulated failure; GetValue(42); ";
+  EXPECT_THAT(capture.Lines(), ElementsAre(Line(ERROR, failure + "id: 42; urn: urn:lamp; value: " +
+                                                           fiveText, "OnGetValue")));
+  // Properties go to the device stack directly: answered even when refused.
+  const Avo::DscAsyncRequestMessenger::Properties name{{Polt::IDeviceStackClient::ptName, {"L"}}};
+  const Docket refusedProperties = messenger.SetConfiguration(7, name, false); // no such object
+  EXPECT_TRUE(messenger.SetConfiguration(42, name, false).IsReplyValid());
+  EXPECT_TRUE(refusedProperties.IsAnswered() && !refusedProperties.IsReplyValid());
+  EXPECT_EQ(simulation.GetObjectProperties(42), name);
+}
+
+TEST_F(Messenger, AnIrrelevantRequestIsAbortedWithoutRetryAndAnEmptyPredicateIsABug) {
+  Plan(2, [](auto& plan) { plan.hold = true; });
+  Avo::DscAsyncRequestMessenger retrying(adapter, Ms(1), 2);
   AvoTest::ScopedLogCapture capture;
-  EXPECT_TRUE(IsDefault(messenger.SetConfiguration("cfg", Infinite, [] { return false; })));
-  EXPECT_THAT(
-      capture.Lines(),
-      ElementsAre(Line(DEBUG, "Request ID is '9'", "SynchronizeRequest"),
-                  Line(log4cplus::INFO_LOG_LEVEL,
-                       "Aborted a KEL request because its result is no longer relevant",
-                       "WaitForAnswer"),
-                  Line(WARN, "Timeout (+infinity) occured for request ID '9'", "WaitForAnswer"),
-                  Line(DEBUG, "returned from waiting for response with ID '9': !isStillRelevant",
-                       "SynchronizeRequest")));
-}
-
-TEST(Messenger, AnEmptyPredicateFailsTheAssertionAndLeavesNothingBehind) {
-  ::testing::NiceMock<MockDeviceStack> stack;
-  ON_CALL(stack, SetConfigurationAsync("cfg")).WillByDefault(Return("9"));
-  DscAsyncRequestMessenger messenger(stack, milliseconds(1), 0);
-  AvoTest::ScopedLogCapture capture(log4cplus::FATAL_LOG_LEVEL);
-  EXPECT_THROW(messenger.SetConfiguration("cfg", milliseconds(1), Avo::BoolReader()),
-               Avo::AssertionFailed);
-  EXPECT_THAT(capture.Texts(), ElementsAre("AVO_ASSERT2(m_storage) failed"));
-  EXPECT_EQ(messenger.GetOutstandingRequestCount(), 0u);
+  EXPECT_TRUE(IsDefault(retrying.SetConfiguration("cfg", Infinite, [] { return false; })));
+  EXPECT_THAT(capture.Lines(), ElementsAre(
+      Line(DEBUG, "Request ID is '1'", kSync),
+      Line(INFO, "Aborted a KEL request because its result is no longer relevant", kWait),
+      Line(WARN, "Timeout (+infinity) occured for request ID '1'", kWait),
+      Line(DEBUG, "returned from waiting for response with ID '1': !isStillRelevant", kSync)));
+  capture.Clear();
+  EXPECT_THROW(retrying.SetConfiguration("cfg", Ms(1), Avo::BoolReader()), Avo::AssertionFailed);
+  EXPECT_THAT(capture.Texts(log4cplus::FATAL_LOG_LEVEL),
+              ElementsAre("AVO_ASSERT2(m_storage) failed"));
+  EXPECT_EQ(retrying.GetOutstandingRequestCount(), 0u);
   // The mutex was released: the next request runs.
-  EXPECT_TRUE(IsDefault(messenger.SetConfiguration("cfg", milliseconds(1), [] { return true; })));
+  EXPECT_TRUE(messenger.Request("next", Ms(0)).IsAnswered());
 }
 
-TEST(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
-  ::testing::StrictMock<MockDeviceStack> stack;
-  DscAsyncRequestMessenger messenger(stack, milliseconds(1), 0);
+TEST_F(Messenger, AWaitEndsWhenAnyAnswerWakesItAfterRelevanceEnded) {
+  Plan(1, [](auto& plan) { plan.hold = true; }); // its own answer never comes
+  std::promise<void> sleeping;
+  int checks = 0;
+  Docket aborted("not", "set", true, true);
+  std::thread waiter([&] {
+    aborted = messenger.SetConfiguration("cfg", Infinite, [&] {
+      if (++checks == 1) {
+        sleeping.set_value(); // it holds the mutex until it sleeps
+      }
+      return checks == 1; // relevant until it has slept once
+    });
+  });
+  sleeping.get_future().wait();
+  // Another request's answer wakes every waiter.
+  EXPECT_TRUE(messenger.Request("wake", Ms(0)).IsAnswered());
+  waiter.join();
+  EXPECT_TRUE(IsDefault(aborted));
+}
+
+TEST_F(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
+  Plan(1, [](auto& plan) { plan.hold = true; });
+  EXPECT_FALSE(messenger.Request("slow", Ms(1)).IsAnswered());
+  AvoTest::ScopedLogCapture capture;
+  simulation.ReleaseHeldAnswers(); // after its waiter has gone
+  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  EXPECT_THAT(capture.Lines(),
+              ElementsAre(Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList")));
   const Polt::DeviceStackError error(3, "Bad", "Detail", "boom");
-  const struct {
-    const char* handler;
-    std::function<void()> call;
-    const char* tail;
-  } cases[] = {
-      {"OnResponse", [&] { messenger.OnResponse(nullptr, "x", "r", error); }, "; response: r"},
-      {"OnRegisterApplication", [&] { messenger.OnRegisterApplication(nullptr, "x", error); }, ""},
-      {"OnGetConfiguration", [&] { messenger.OnGetConfiguration(nullptr, "x", "c", error); },
-       "; config: c"},
-      {"OnSetConfiguration", [&] { messenger.OnSetConfiguration(nullptr, "x", error); }, ""},
-      {"OnGetValue", [&] { messenger.OnGetValue(nullptr, "x", 42, "u", "v", error); },
-       "; id: 42; urn: u; value: v"},
-      {"OnSetValue", [&] { messenger.OnSetValue(nullptr, "x", 42, "u", "v", error); },
-       "; id: 42; urn: u; value: v"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.handler);
-    AvoTest::ScopedLogCapture capture;
-    c.call();
+  const std::string value = "; id: 42; urn: u; value: v";
+  const std::pair<std::function<void()>, std::string> handlers[] = { // and the tails of their lines
+      {[&] { messenger.OnResponse(nullptr, "x", "r", error); }, "; response: r"},
+      {[&] { messenger.OnRegisterApplication(nullptr, "x", error); }, ""},
+      {[&] { messenger.OnGetConfiguration(nullptr, "x", "c", error); }, "; config: c"},
+      {[&] { messenger.OnSetConfiguration(nullptr, "x", error); }, ""},
+      {[&] { messenger.OnGetValue(nullptr, "x", 42, "u", "v", error); }, value},
+      {[&] { messenger.OnSetValue(nullptr, "x", 42, "u", "v", error); }, value}};
+  for (const auto& [handle, tail] : handlers) {
+    capture.Clear();
+    handle();
     EXPECT_THAT(capture.Lines(),
-                ElementsAre(Line(ERROR, std::string("KEL error for request x: 3; Bad; Detail") +
-                                            c.tail, c.handler),
-                            Line(DEBUG, "No docket for response ID 'x'", "UpdateDocketList"),
+                ElementsAre(Line(ERROR, "KEL error for request x: 3; Bad; Detail" + tail),
+                            Line(DEBUG, "No docket for response ID 'x'"),
                             Line(ERROR, "Request x: Error 'boom'", "UpdateDocketList")));
   }
-  AvoTest::ScopedLogCapture capture;
+  capture.Clear();
   messenger.OnResponse(nullptr, "", "r", Polt::DeviceStackError());
-  EXPECT_THAT(capture.Lines(), ElementsAre(Line(DEBUG, "No docket for response ID ''")));
+  EXPECT_THAT(capture.Texts(), ElementsAre("No docket for response ID ''"));
   EXPECT_EQ(messenger.GetOutstandingRequestCount(), 0u);
+}
+
+TEST_F(Messenger, SetValueAndIgnoreResponseOnlySends) {
+  const VELVALUE value(ivtInteger);
+  AvoTest::ScopedLogCapture capture(DEBUG);
+  EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  Plan(1, [](auto& plan) { plan.emptyRequestId = true; });
+  EXPECT_FALSE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  EXPECT_THAT(capture.Lines(),
+              ElementsAre(Line(DEBUG, "Request ID is '1'", "SetValueAndIgnoreResponse"),
+                          Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList"),
+                          Line(DEBUG, "Request ID is ''", "SetValueAndIgnoreResponse")));
+  // Once unset, the device stack has nobody to deliver to.
+  messenger.UnsetAsResponseHandler();
+  EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  EXPECT_EQ(simulation.GetCounters().answersWithoutHandler, 1u);
+}
+
+TEST_F(Messenger, TheAdapterSendsTheValueTextOfTheCurrentFormat) {
+  messenger.UnsetAsResponseHandler(); // nobody waits for these answers
+  VELVALUE nan(ivtFloat), number(ivtFloat), text(ivtString);
+  nan.dblVal = std::numeric_limits<double>::quiet_NaN();
+  number.dblVal = 21.5;
+  text.strVal = "Küche";
+  // Each write's text as it reached the device stack.
+  const auto sent = [&](const VELVALUE& value) {
+    adapter.SetValueAsync(42, value, false);
+    return *simulation.GetObjectValue(42);
+  };
+  const auto expectTexts = [&](bool internalFormat, const char* nanText) {
+    EXPECT_EQ(simulation.IsInternalValueFormatEnabled(), internalFormat);
+    EXPECT_EQ(sent(nan), nanText);
+    EXPECT_EQ(sent(number), internalFormat ? "3.2:21.5" : "3:21.5");
+    EXPECT_EQ(sent(text), internalFormat ? "10.2:\"Küche\"" : "10:\"Küche\"");
+  };
+  expectTexts(false, "nan"); // the initial format
+  AvoTest::ScopedLogCapture capture;
+  adapter.EnableInternalValueFormat();
+  EXPECT_THAT(capture.Lines(), ElementsAre(Line(DEBUG, "Internal value format now enabled.",
+                                                "EnableInternalValueFormat")));
+  EXPECT_TRUE(adapter.EnableNativeFormat()); // selects a format by name, keeps the switch
+  EXPECT_EQ(simulation.GetValueFormat(), "Native");
+  expectTexts(true, "3.7:nan");
+  capture.Clear();
+  adapter.EnableDefaultValueFormat();
+  EXPECT_THAT(capture.Lines(), ::testing::IsEmpty());
+  expectTexts(false, "nan");
+}
+
+// Answers go out in order of due time; on destruction every queued one goes
+// out at once, held ones too.
+TEST(SimulatedDeviceStack, DeliversDuplicatesAndEveryQueuedAnswerBeforeItStops) {
+  auto simulation = std::make_unique<Polt::SimulatedDeviceStackClient>();
+  Avo::RemoteRequestMessengerDeviceStack adapter(*simulation);
+  Avo::DscAsyncRequestMessenger messenger(adapter, Ms(1), 0);
+  messenger.SetAsResponseHandler();
+  Polt::SimulatedAnswerPlan duplicated, held, late;
+  duplicated.duplicate = true;
+  held.hold = true;
+  late.delay = 1h;
+  AvoTest::ScopedLogCapture capture;
+  for (const auto& plan : {duplicated, held, late}) {
+    simulation->PlanNextAnswer(plan);
+    adapter.RequestAsync("r");
+  }
+  EXPECT_EQ(simulation->GetHeldAnswerCount(), 1u);
+  simulation.reset();
+  const std::string none = "No docket for response ID '";
+  EXPECT_THAT(capture.Texts(), ElementsAre(none + "1'", none + "1'", none + "2'", none + "3'"));
 }
 
 } // namespace

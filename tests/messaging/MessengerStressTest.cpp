@@ -67,13 +67,11 @@ TEST(MessengerStress, EveryRequestGetsItsOwnReplyOrADefaultDocket) {
       for (int i = 0; i < RequestsPerThread; ++i) {
         std::string expectedReply;
         const Avo::Docket docket = Send(messenger, t, i, expectedReply);
-        if (!docket.IsAnswered()) {
-          ++unanswered;
-          expectedReply.clear(); // a default docket
-        }
         const bool isError = docket.IsAnswered() && !docket.IsReplyValid();
+        unanswered += docket.IsAnswered() ? 0 : 1;
         errors += isError ? 1 : 0;
-        EXPECT_EQ(docket.ReadReply(), expectedReply) << "request " << t << "-" << i;
+        // A default docket carries nothing.
+        EXPECT_EQ(docket.ReadReply(), docket.IsAnswered() ? expectedReply : "") << t << "-" << i;
         EXPECT_EQ(docket.ReadDeliveryError(), isError ? "Simulated error" : "");
       }
     }));
@@ -90,12 +88,11 @@ TEST(MessengerStress, EveryRequestGetsItsOwnReplyOrADefaultDocket) {
   EXPECT_EQ(messenger.GetOutstandingRequestCount(), 0u);
   EXPECT_GT(errors, 0);
   // Every unanswered request used up its attempts.
-  const auto exhausted = capture.Texts();
-  EXPECT_EQ(std::count(exhausted.begin(), exhausted.end(), "Maximum number of retries (2) reached."),
+  const auto lines = capture.Texts();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "Maximum number of retries (2) reached."),
             unanswered.load());
   const auto counters = simulation.GetCounters();
-  EXPECT_GT(counters.droppedAnswers, 0u);
-  EXPECT_GT(counters.duplicatedAnswers, 0u);
+  EXPECT_TRUE(counters.droppedAnswers > 0 && counters.duplicatedAnswers > 0);
   EXPECT_EQ(counters.handlerExceptions, 0u);
 }
 

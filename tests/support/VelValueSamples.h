@@ -1,11 +1,13 @@
 #pragma once
-// Compact builders of value records for the platform tests.
+// Compact builders of value records, and the value types, for tests.
 
 #include "VelValue.h"
 
+#include <cstdint>
 #include <string>
+#include <utility> // std::move
 
-namespace VelTest {
+namespace AvoTest {
 
 inline VELVALUE Dbl(VelValueType t, double v) { VELVALUE r(t); r.dblVal = v; return r; }
 inline VELVALUE Lng(VelValueType t, std::int32_t v) { VELVALUE r(t); r.lVal = v; return r; }
@@ -16,14 +18,15 @@ inline VELVALUE Str(VelValueType t, std::string v) { VELVALUE r(t); r.strVal = s
 inline VELVALUE Tm(VelValueType t, const VELTIME& v) { VELVALUE r(t); r.tmVal = v; return r; }
 inline VELVALUE WithStatus(VELVALUE v, std::uint8_t s) { v.status = s; return v; }
 
-inline VELTIME DateTime(unsigned short y, unsigned char mo, unsigned char d, unsigned char h,
-                        unsigned char mi, unsigned char s, bool local = true) {
-  VELTIME t{};
-  t.SetDateTime(y, mo, d, h, mi, s, local);
-  return t;
-}
-
+/// The value types whose value lives in the time member.
 constexpr VelValueType kTimeTypes[] = {ivtDate,      ivtTime,     ivtDateTime, ivtDayTime,
                                        ivtTimestamp, ivtTimeSpan, ivtDayDate,  ivtUtcDateTime};
 
-} // namespace VelTest
+/// Every value type the platform names.
+constexpr VelValueType kAllTypes[] = {
+    ivtNone,  ivtEmpty,  ivtBool,   ivtFloat,     ivtInteger,  ivtShort,      ivtByte,
+    ivtWord,  ivtDWord,  ivtData40, ivtString,    ivtDate,     ivtTime,       ivtDateTime,
+    ivtTimeLag, ivtDayTime, ivtQWord, ivtTimestamp, ivtTimeSpan, ivtDayDate, ivtUtcDateTime,
+    ivtByteArray, ivtEnumByte, ivtPercent, ivtStepBytes, ivtAngle};
+
+} // namespace AvoTest

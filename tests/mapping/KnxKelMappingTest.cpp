@@ -1,0 +1,143 @@
+#include "AvoObjectModel/KnxKelMapping.h"
+
+#include "LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+namespace {
+
+using Avo::ObjModelId;
+using Avo::ParameterType;
+using K = Avo::KnxKelMapping;
+using ::testing::ElementsAre;
+
+// Every identifier handed out lies in its logical device's block and classifies back.
+TEST(ObjModelId, EveryCommunicationObjectAndParameterClassifiesBack) {
+  for (const Avo::LogicalDeviceId ld : {1, 2}) {
+    EXPECT_FALSE(K::GetCoChannelObjModelId(4096, ld) || K::GetCoValueObjModelId(4096, ld));
+    for (std::uint16_t co = 0; co < 4096; ++co) {
+      const ObjModelId channel = K::GetCoChannelObjModelId(co, ld).value();
+      const auto value = K::GetCoValueObjModelId(co, ld);
+      // CO 0 has a channel that is not recognised as one, hence no value.
+      EXPECT_TRUE(K::GetLogicalDeviceIdFromObject(channel) == ld && channel % 2 == 0 &&
+                  K::IsCoChannel(channel) == (co != 0)) << co;
+      EXPECT_FALSE(K::GetCoNumberFromObjModelId(channel, ld) || K::IsCoValue(channel)) << co;
+      EXPECT_TRUE(value == K::GetCoValueObjModelId(channel)) << co;
+      EXPECT_TRUE(co == 0 || (value == channel + 1 && K::IsCoValue(*value) &&
+                              !K::IsCoChannel(*value) &&
+                              K::GetCoNumberFromObjModelId(*value, ld) == co)) << co;
+    }
+    for (const auto type : {ParameterType::Ip, ParameterType::Number, ParameterType::Text}) {
+      const std::uint32_t maximum = K::GetMaxParametersOfType(type);
+      const auto valueIdOfType = type == ParameterType::Ip ? K::GetIpParameterValueObjModelId
+                                 : type == ParameterType::Text
+                                     ? K::GetTextParameterValueObjModelId
+                                     : K::GetNumberParameterValueObjModelId;
+      for (std::uint16_t n = 0; n <= maximum + 1; ++n) {
+        const auto channel = K::GetParameterChannelObjModelId(n, ld, type);
+        const auto value = K::GetParameterValueObjModelId(n, ld, type);
+        EXPECT_TRUE(value == valueIdOfType(n, ld) && static_cast<bool>(channel) == (n <= maximum))
+            << n;
+        if (!channel) {
+          continue;
+        }
+        EXPECT_TRUE(K::GetLogicalDeviceIdFromObject(*channel) == ld && *channel % 2 == 0 &&
+                    value == *channel + 1) << *channel;
+        // Number 0 of the IP and number parameters is handed out but not
+        // recognised; values pass the channel test as well as channels.
+        const bool recognised = n != 0 || type == ParameterType::Text;
+        const auto ifRecognised = [=](auto x) { return boost::make_optional(recognised, x); };
+        for (const ObjModelId id : {*channel, *value}) {
+          EXPECT_EQ(K::IsParameterChannel(id), recognised) << id;
+          EXPECT_TRUE(K::GetParameterValueObjModelId(id) == ifRecognised(id + 1)) << id;
+          EXPECT_TRUE(K::GetParameterTypeFromObjModelId(id, ld) == ifRecognised(type)) << id;
+          EXPECT_TRUE(K::GetParameterNumberFromObjModelId(id, ld) ==
+                      ifRecognised(static_cast<std::uint8_t>(n))) << id; // 8 bits: 500 reads 244
+        }
+      }
+    }
+  }
+}
+
+TEST(ObjModelId, KnownIdentifiersAndKeptQuirks) {
+  EXPECT_TRUE(K::GetDeviceObjModelId() == 1000 && K::GetKnxDeviceObjModelId() == 1000);
+  EXPECT_TRUE(K::GetLogicalKnxDeviceObjModelId(2) == 200000 && K::GetLastObjModelId(2) == 299999);
+  EXPECT_TRUE(K::GetCoValueObjModelId(1, 1) == ObjModelId{100101});
+  EXPECT_TRUE(K::GetCoChannelObjModelId(4095, 2) == ObjModelId{208288});
+  EXPECT_FALSE(K::IsCoChannel(108290) || K::IsCoValue(108291)); // past CO 4095
+  EXPECT_TRUE(K::GetParameterChannelObjModelId(1, 1, ParameterType::Number) == ObjModelId{170002});
+  EXPECT_TRUE(K::GetTextParameterValueObjModelId(500, 1) == ObjModelId{181001});
+  // App control of ld 2: the channel, then state, event, alive and debug, each
+  // recognised by its own test and for its own logical device only.
+  EXPECT_EQ(K::GetAppHostAppControlChannelObjModelId(2), 200020u);
+  const std::pair<ObjModelId, bool (*)(ObjModelId, Avo::LogicalDeviceId)> controls[] = {
+      {K::GetAppHostAppControlStateObjModelId(2), K::IsAppHostAppControlState},
+      {K::GetAppHostAppControlEventObjModelId(2), K::IsAppHostAppControlEvent},
+      {K::GetAppHostAppControlAliveObjModelId(2), K::IsAppHostAppControlAliveHeartbeat},
+      {K::GetAppHostAppControlAppDebugObjModelId(2), K::IsAppHostAppControlAppDebug}};
+  for (unsigned i = 0; i < 4; ++i) {
+    EXPECT_EQ(controls[i].first, 200021u + i);
+    for (const auto& [id, isControl] : controls) {
+      EXPECT_TRUE(isControl(controls[i].first, 2) == (id == controls[i].first) &&
+                  !isControl(controls[i].first, 1)) << controls[i].first;
+    }
+  }
+  // Modulo ld * 100000: an ID of block 1 read for ld 2 gives a wrong number.
+  EXPECT_TRUE(K::GetCoNumberFromObjModelId(100101, 2) == std::uint16_t{50001});
+  EXPECT_TRUE(K::IsAnyLogicalKnxDeviceId(4000000000U) && !K::IsAnyLogicalKnxDeviceId(99999));
+  EXPECT_FALSE(K::GetLogicalDeviceIdFromObject(300000) || K::GetLogicalDeviceIdFromObject(99999));
+  // A logical device other than 1 and 2 is a program bug.
+  AvoTest::ScopedLogCapture capture;
+  EXPECT_THROW(Avo::LogicalDeviceId{0}, Avo::AssertionFailed);
+  EXPECT_THROW(Avo::LogicalDeviceId{3}, Avo::AssertionFailed);
+  const std::string failed = "AVO_ASSERT2(value >= Minimum && value <= Maximum) failed";
+  EXPECT_THAT(capture.Texts(), ElementsAre(failed, failed));
+}
+
+// The main numbers known to the table with the value type of their values;
+// 4, 29, 219, 222, 229 and 230 are known but carry no value.
+const std::map<std::uint32_t, VelValueType> kMainTypes = {
+    {1, ivtBool},     {2, ivtByte},    {3, ivtByte},      {4, ivtEmpty},   {5, ivtByte},
+    {6, ivtByte},     {7, ivtWord},    {8, ivtInteger},   {9, ivtFloat},   {10, ivtDayTime},
+    {11, ivtDate},    {12, ivtDWord},  {13, ivtInteger},  {14, ivtFloat},  {15, ivtDWord},
+    {16, ivtString},  {17, ivtByte},   {18, ivtByte},     {19, ivtDateTime}, {20, ivtByte},
+    {21, ivtByte},    {22, ivtWord},   {23, ivtByte},     {24, ivtString}, {25, ivtByte},
+    {26, ivtByte},    {27, ivtDWord},  {28, ivtString},   {29, ivtEmpty},  {30, ivtDWord},
+    {31, ivtByte},    {200, ivtWord},  {201, ivtWord},    {202, ivtWord},  {217, ivtWord},
+    {219, ivtEmpty},  {222, ivtEmpty}, {229, ivtEmpty},   {230, ivtEmpty}, {232, ivtDWord},
+    {234, ivtWord},   {237, ivtWord},  {238, ivtByte}};
+
+TEST(MainTypeTable, EveryMainNumberHasItsValueTypeAndDefault) {
+  ASSERT_EQ(kMainTypes.size(), 43u);
+  for (std::uint32_t main = 0; main <= 0xFFFF; ++main) {
+    const auto row = kMainTypes.find(main);
+    const bool known = row != kMainTypes.end();
+    const VelValueType type = known ? row->second : ivtEmpty;
+    EXPECT_EQ(K::GetIvtFromDpt(main << 16 | 0xFFFF), type) << main;
+    EXPECT_EQ(K::GetIvtFromMainType(main), VELVALUE::GetNameFromValueType(type)) << main;
+    EXPECT_EQ(K::GetIstFromMainType(main) == "Generic", !known) << main;
+    VELVALUE zero(type); // zero, the empty text or a cleared time; main 234 holds "en"
+    zero.tmVal.Clear(true);
+    zero.wVal = main == 234 ? 0x656E : 0;
+    VELVALUE value;
+    const bool read = value.Deserialize(K::GetDefaultValueFromDpt(main << 16 | 1, false));
+    EXPECT_TRUE(known ? read && value == zero : !read) << main << ": " << value;
+  }
+  EXPECT_EQ(K::GetDefaultValueFromDpt(0x00090001, true), "3.2:0"); // the format flag is passed on
+  // 6.020's low three bits must name exactly one mode: 1 (mode 0), not 0.
+  EXPECT_EQ(K::GetDefaultValueFromDpt(0x00060014, false), "6:1");
+  for (const auto& [main, subtype] : {std::pair{1u, VelDP::vstSwitch}, {6u, VelDP::vstSigned8Bit},
+                                      {8u, VelDP::vstSigned16Bit}, {4u, VelDP::vstNone}}) {
+    EXPECT_EQ(K::GetIstFromMainType(main), VelDP::GetNameFromValueSubType(subtype)) << main;
+  }
+  // The maker of the empty type (behind the empty rows above) makes empty
+  // records only.
+  AvoTest::ScopedLogCapture capture;
+  EXPECT_THROW(K::CreateDefaultValueEmpty(ivtByte), Avo::AssertionFailed);
+  EXPECT_THAT(capture.Texts(), ElementsAre("AVO_ASSERT2(emptyVelValue.ivt == ivt) failed"));
+}
+
+} // namespace
