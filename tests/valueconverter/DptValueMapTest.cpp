@@ -69,6 +69,24 @@ TEST(DptValueMap, CatalogueLookupsAgreeWithASearchOfTheSameRows) {
   EXPECT_THAT(mismatches, IsEmpty());
 }
 
+// A moved-from converter is left without rows (and without the index of the
+// rows it gave away); the one moved to keeps finding them.
+TEST(DptValueMap, MovedFromConverterIsEmptyAndItsLookupsFail) {
+  Avo::KnxValueConverter source;
+  source.Init();
+  Avo::KnxValueConverter target(std::move(source));
+  Avo::KnxValueConverter assigned;
+  assigned = std::move(target);
+  ScopedLogCapture capture;
+  EXPECT_EQ(assigned.GetEntry(KNXDPT(16, 9, 1)).GetDpt(), KNXDPT(16, 9, 1));
+  EXPECT_EQ(assigned.GetEntry(KNXDPT(1, 1, 1)).GetDpt(), KNXDPT(1, 1, 0));
+  for (const Avo::KnxValueConverter* empty : {&source, &target}) {
+    EXPECT_EQ(empty->GetDptValueMap().GetSize(), 0u);
+    EXPECT_EQ(&empty->GetEntry(KNXDPT(16, 9, 1)), &Avo::DptValueMap::GetEmptyEntry());
+  }
+  EXPECT_THAT(capture.Texts(), ElementsAre("No Entry found for DPT = 9.1", "No Entry found for DPT = 9.1"));
+}
+
 TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
   const KNXDPT dpt(8, 4, 1);
   {
