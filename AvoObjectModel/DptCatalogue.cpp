@@ -233,12 +233,20 @@ std::ostream& operator<<(std::ostream& os, const RowName& name) {
 bool KnxValueConverter::FillDptValueMap() {
   m_dptValueMap.Clear();
   const Prototypes& prototypes = GetPrototypes();
+  bool complete = true;
   for (std::size_t i = 0; i < kCatalogueSize; ++i) {
     const CatalogueRow& row = kCatalogue[i];
     if (!AddDptValueMapEntry(row.mainNumber, row.subNumber, row.bitSize, row.valueType,
                              row.valueSubType, *prototypes[i])) {
       AVO_LOG_ERROR("Add DPT value map entry failed. DPT=" << RowName{row});
+      complete = false;
     }
+  }
+  if (complete) {
+    // Every complete filling lays the rows out alike, so one index, built
+    // from the first, serves every map filled from the catalogue.
+    static const DptValueMap::MainNumberIndex index = m_dptValueMap.BuildIndex();
+    m_dptValueMap.m_catalogueIndex = &index;
   }
   return true;
 }

@@ -9,6 +9,7 @@
 #include "KnxStack/GroupValue.h"
 #include "VelValue.h"
 
+#include <cstddef> // std::size_t
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -148,6 +149,13 @@ public:
   /// A newly allocated copy of the same class (range included); the caller
   /// owns it and deletes it through this base.
   virtual KnxConverter* Clone() const = 0;
+
+  /// Converters are allocated through a small cache of freed blocks kept per
+  /// thread: every value check clones the whole catalogue and frees it again,
+  /// and the general heap would be most of that check's cost. Each object is
+  /// still a block of its own, owned and deleted like any other.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* block, std::size_t size) noexcept;
 
 protected:
   KnxConverter() = default;

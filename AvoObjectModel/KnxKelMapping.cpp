@@ -112,11 +112,36 @@ const MainTypeTable& MainTypes() {
   return table;
 }
 
+// Every main number of the table lies below this one.
+constexpr std::uint32_t kDirectMainNumbers = 256;
+using DirectRows = std::array<const DptMainTypeProperties*, kDirectMainNumbers>;
+
+// The table's rows by main number, null where it has none: every decode
+// looks its main number up, and an array index is a fraction of a hash
+// lookup. Made from the table, which stays the one source of the rows.
+[[gnu::noinline]] DirectRows BuildMainTypesByNumber() {
+  DirectRows rows{};
+  for (const auto& [mainNumber, properties] : MainTypes()) {
+    if (mainNumber < kDirectMainNumbers) {
+      rows[mainNumber] = &properties;
+    }
+  }
+  return rows;
+}
+
+const DirectRows& MainTypesByNumber() {
+  static const DirectRows rows = BuildMainTypesByNumber();
+  return rows;
+}
+
 // Builds the table while the library loads, so that no caller pays for it;
 // MainTypes() stays safe for callers that run during static initialisation.
-[[maybe_unused]] const MainTypeTable& g_mainTypesAtLoad = MainTypes();
+[[maybe_unused]] const DirectRows& g_mainTypesAtLoad = MainTypesByNumber();
 
 const DptMainTypeProperties* FindMainType(std::uint32_t mainNumber) {
+  if (mainNumber < kDirectMainNumbers) {
+    return MainTypesByNumber()[mainNumber];
+  }
   const MainTypeTable& table = MainTypes();
   const auto row = table.find(mainNumber);
   return row != table.end() ? &row->second : nullptr;

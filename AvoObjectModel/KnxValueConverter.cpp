@@ -35,23 +35,43 @@ bool DptValueMap::Insert(DptValueEntry&& entry) {
   return true;
 }
 
-const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const {
+const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search) const {
   const DptValueEntry* const begin = m_entries.data();
   const DptValueEntry* const end = begin + m_entries.size();
+  const std::uint16_t mainNumber = dpt.mainNumber;
   const std::uint32_t key = KeyOf(dpt);
-  const DptValueEntry* const exact = std::lower_bound(begin, end, key, RowBelow());
+  // The first row of the main number (its main.x row when there is one), or
+  // a row of another main number or the end when it has none; and the place
+  // of the exact row.
+  const DptValueEntry* first;
+  const DptValueEntry* exact;
+  if (m_catalogueIndex != nullptr && mainNumber < kIndexedMainNumbers) {
+    const std::uint8_t position = (*m_catalogueIndex)[mainNumber];
+    first = position != kNoRow ? begin + position : end;
+    // A main number's rows sort by sub number; the catalogue has few per
+    // main number, and the ones in use come first.
+    exact = first;
+    while (exact != end && KeyOf(exact->GetDpt()) < key) {
+      ++exact;
+    }
+  } else {
+    exact = std::lower_bound(begin, end, key, RowBelow());
+    // The main number's rows end before `exact`: its first row is a few
+    // rows back, or searched for beyond a few.
+    first = exact;
+    for (int steps = 0; first != begin && (first - 1)->GetDpt().mainNumber == mainNumber;
+         ++steps) {
+      if (steps == 8) {
+        first = std::lower_bound(begin, first, KeyOf(KNXDPT(0, mainNumber, 0)), RowBelow());
+        break;
+      }
+      --first;
+    }
+  }
   if (exact != end && KeyOf(exact->GetDpt()) == key) {
     return *exact;
   }
-  // The rows of the main number sort first by sub number, so its first row
-  // is the main.x row when there is one.
-  const std::uint16_t mainNumber = dpt.mainNumber;
-  const std::uint32_t mainRowKey = KeyOf(KNXDPT(0, mainNumber, 0));
-  const DptValueEntry* first = std::lower_bound(begin, exact, mainRowKey, RowBelow());
-  if (first == exact && (exact == end || exact->GetDpt().mainNumber != mainNumber)) {
-    first = nullptr; // no row of the main number at all
-  }
-  if (first == nullptr || dpt.subNumber == 0) {
+  if (first == end || first->GetDpt().mainNumber != mainNumber || dpt.subNumber == 0) {
     AVO_LOG_ERROR("No Entry found for DPT = " << mainNumber << '.' << dpt.subNumber);
     return GetEmptyEntry();
   }
@@ -62,7 +82,36 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const {
   return GetEmptyEntry();
 }
 
-void DptValueMap::Clear() { m_entries.clear(); }
+DptValueMap::DptValueMap(DptValueMap&& other) noexcept
+    : m_entries(std::move(other.m_entries)), m_catalogueIndex(other.m_catalogueIndex) {
+  other.Clear();
+}
+
+DptValueMap& DptValueMap::operator=(DptValueMap&& other) noexcept {
+  if (this != &other) {
+    m_entries = std::move(other.m_entries);
+    m_catalogueIndex = other.m_catalogueIndex;
+    other.Clear();
+  }
+  return *this;
+}
+
+void DptValueMap::Clear() {
+  m_entries.clear();
+  m_catalogueIndex = nullptr;
+}
+
+DptValueMap::MainNumberIndex DptValueMap::BuildIndex() const {
+  MainNumberIndex index;
+  index.fill(kNoRow);
+  for (std::size_t position = m_entries.size(); position-- > 0;) {
+    const std::uint16_t mainNumber = m_entries[position].GetDpt().mainNumber;
+    if (mainNumber < kIndexedMainNumbers) {
+      index[mainNumber] = static_cast<std::uint8_t>(position);
+    }
+  }
+  return index;
+}
 
 std::size_t DptValueMap::GetMainNumberCount() const {
   std::size_t count = 0;

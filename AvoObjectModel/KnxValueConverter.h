@@ -14,6 +14,7 @@
 
 #include <boost/container/small_vector.hpp>
 
+#include <array>
 #include <cstddef> // std::size_t
 #include <cstdint> // std::uint16_t, std::uint32_t
 #include <memory>  // std::unique_ptr
@@ -76,9 +77,11 @@ public:
 
   DptValueMap() = default;
   DptValueMap(const DptValueMap&) = default;
-  DptValueMap(DptValueMap&&) noexcept = default;
+  /// Takes the other map's rows over; the other map is left empty.
+  DptValueMap(DptValueMap&& other) noexcept;
   DptValueMap& operator=(const DptValueMap&) = default;
-  DptValueMap& operator=(DptValueMap&&) noexcept = default;
+  /// Takes the other map's rows over; the other map is left empty.
+  DptValueMap& operator=(DptValueMap&& other) noexcept;
   virtual ~DptValueMap() = default;
 
   /// Stores a row for `dpt` that takes over `converter`, unless a row for
@@ -91,6 +94,7 @@ public:
     // registers nearly every row in key order, and appending where there is
     // room is a few stores that cannot throw.
     const std::size_t size = m_entries.size();
+    m_catalogueIndex = nullptr;
     if (size != m_entries.capacity() &&
         (size == 0 || KeyOf(m_entries[size - 1].GetDpt()) < KeyOf(dpt))) {
       m_entries.emplace_back(dpt, valueType, valueSubType, std::move(converter));
@@ -102,7 +106,28 @@ public:
   /// The row for the DPT: the exact (main, sub) row, else the main.x row of
   /// the main number, else the shared empty entry (value type 1) after one
   /// ERROR line. Never throws.
-  const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+  const DptValueEntry& GetEntry(const KNXDPT& dpt) const {
+    // Defined here, so that a conversion finds a catalogue row without a
+    // call: through the index to the main number's rows, a short walk over
+    // them, or the main.x row. Everything else is searched and logged.
+    if (m_catalogueIndex != nullptr && dpt.mainNumber < kIndexedMainNumbers) {
+      const std::uint8_t position = (*m_catalogueIndex)[dpt.mainNumber];
+      if (position != kNoRow) {
+        const DptValueEntry* const first = m_entries.data() + position;
+        const DptValueEntry* const end = m_entries.data() + m_entries.size();
+        const std::uint32_t key = KeyOf(dpt);
+        for (const DptValueEntry* row = first; row != end && KeyOf(row->GetDpt()) <= key; ++row) {
+          if (KeyOf(row->GetDpt()) == key) {
+            return *row;
+          }
+        }
+        if (dpt.subNumber != 0 && first->GetDpt().subNumber == 0) {
+          return *first;
+        }
+      }
+    }
+    return GetEntry(dpt, Search{});
+  }
 
   /// Removes every row (and so deletes every converter).
   void Clear();
@@ -121,6 +146,23 @@ public:
   static const DptValueEntry& GetEmptyEntry();
 
 private:
+  friend class KnxValueConverter; // lays the catalogue out and indexes it
+
+  /// The main numbers of every catalogue row lie below this one.
+  static constexpr std::size_t kIndexedMainNumbers = 256;
+  /// Marks a main number without rows in a MainNumberIndex.
+  static constexpr std::uint8_t kNoRow = 0xFF;
+  /// Position of the first row of each main number, kNoRow where it has none.
+  using MainNumberIndex = std::array<std::uint8_t, kIndexedMainNumbers>;
+
+  /// The index of the current rows; their positions must lie below kNoRow.
+  MainNumberIndex BuildIndex() const;
+
+  struct Search {};
+  /// GetEntry by searching the rows, for the lookups that the index does not
+  /// answer; it logs the failed ones (under the name GetEntry).
+  const DptValueEntry& GetEntry(const KNXDPT& dpt, Search) const;
+
   /// The ordering key: main number, then sub number.
   static std::uint32_t KeyOf(const KNXDPT& dpt) {
     return (static_cast<std::uint32_t>(dpt.mainNumber) << 16) | dpt.subNumber;
@@ -135,6 +177,11 @@ private:
   bool Insert(DptValueEntry&& entry);
 
   Rows m_entries; // sorted by (main, sub)
+  /// While the rows are those of the catalogue, as Init lays them out every
+  /// time: where each main number's rows begin, so that a lookup goes
+  /// straight to them. Null once the rows change otherwise (then a lookup
+  /// searches).
+  const MainNumberIndex* m_catalogueIndex = nullptr;
 };
 
 /// Converts between KNX group values and VELVALUE records through the DPT

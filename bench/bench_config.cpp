@@ -4,6 +4,8 @@
 // copy of the text, made while the timer is paused.
 #include "AvoObjectModel/AppHostConfig.h"
 
+#include "BenchSupport.h"
+
 #include <benchmark/benchmark.h>
 #include <malloc.h> // mallopt
 #include <rapidxml/rapidxml.hpp>
@@ -41,37 +43,40 @@ void CountWork(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * bytes);
 }
 
-void BM_LoadAppHostConfigXML(benchmark::State& state) {
+void LoadAppHostConfigXML(benchmark::State& state) {
   const std::string& text = LargeConfiguration();
   std::vector<char> buffer;
+  std::unique_ptr<Avo::AppHostConfiguration> configuration;
+  AvoBench::LoopMeasurement measurement(state);
   for (auto _ : state) {
-    state.PauseTiming();
+    measurement.Pause();
     buffer.assign(text.begin(), text.end());
     buffer.push_back('\0');
-    auto configuration = std::make_unique<Avo::AppHostConfiguration>();
-    state.ResumeTiming();
+    configuration = std::make_unique<Avo::AppHostConfiguration>();
+    measurement.Resume();
 
     const bool loaded = configuration->LoadAppHostConfigXML(buffer.data());
     benchmark::DoNotOptimize(loaded);
 
-    state.PauseTiming();
+    measurement.Pause();
     if (!loaded || configuration->GetResponseDataPoints().size() != kDataPoints) {
       state.SkipWithError("the configuration did not load");
     }
     configuration.reset();
-    state.ResumeTiming();
+    measurement.Resume();
   }
   CountWork(state);
 }
 
-void BM_BareParse(benchmark::State& state) {
+void BareParse(benchmark::State& state) {
   const std::string& text = LargeConfiguration();
   std::vector<char> buffer;
+  AvoBench::LoopMeasurement measurement(state);
   for (auto _ : state) {
-    state.PauseTiming();
+    measurement.Pause();
     buffer.assign(text.begin(), text.end());
     buffer.push_back('\0');
-    state.ResumeTiming();
+    measurement.Resume();
 
     auto document = std::make_unique<rapidxml::xml_document<>>();
     document->parse<rapidxml::parse_default>(buffer.data());
@@ -82,20 +87,14 @@ void BM_BareParse(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(BM_LoadAppHostConfigXML)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_BareParse)->Unit(benchmark::kMicrosecond);
-
 int main(int argc, char** argv) {
   // Keep freed memory in the process: otherwise every iteration's fresh node
   // pool is faulted in page by page, and that kernel time, not the parse,
   // would dominate both figures and hide the loader's own cost.
   mallopt(M_TRIM_THRESHOLD, 512 * 1024 * 1024);
   mallopt(M_MMAP_THRESHOLD, 32 * 1024 * 1024);
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-    return 1;
-  }
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  const std::string name = "LoadAppHostConfigXML/" + std::to_string(kDataPoints) + "-Dp";
+  AvoBench::Register(name, LoadAppHostConfigXML)->Unit(benchmark::kMicrosecond);
+  AvoBench::RegisterFloor(name, BareParse)->Unit(benchmark::kMicrosecond);
+  return AvoBench::Main(argc, argv);
 }

@@ -1,29 +1,36 @@
 // Blocking GetValue round trips through the request messenger and the
-// simulated device stack, beside the floor of this design: one mutex and
-// condition variable hand-off from a caller thread to a delivery thread and back.
+// simulated device stack with 1, 2 and 8 caller threads, beside the floor of
+// this design: callers that hand a request to one delivery thread under one
+// mutex and sleep on one condition variable until it hands the answer back.
 //
-//   build/default/bench/bench_messaging
-//
-// Compare items_per_second of BM_MessengerGetValue/threads:1 with BM_HandOffFloor.
-
+// Times are wall time per round trip of all threads together, so that a
+// smaller figure at more threads means more throughput.
 #include "Avo/Logging.h"
 #include "AvoObjectModel/DscAsyncRequestMessenger.h"
+#include "AvoObjectModel/RequestMessengerDeviceStack.h"
 #include "Polt/SimulatedDeviceStackClient.h"
+
+#include "BenchSupport.h"
 
 #include <benchmark/benchmark.h>
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace {
 
-// The least that any blocking request over an answering thread costs: the
-// caller hands a request to a waiting delivery thread and sleeps until that
-// thread hands the answer back.
+// The least that a blocking request over one answering thread costs: the
+// caller queues its request for the delivery thread and sleeps until the
+// delivery thread has answered it. Every answer wakes every waiting caller,
+// as the messenger's answers do.
 class HandOff {
 public:
-  HandOff() : m_delivery([this] { Deliver(); }) {}
+  explicit HandOff(int callers) : m_answers(static_cast<std::size_t>(callers)) {
+    m_delivery = std::thread([this] { Deliver(); });
+  }
   ~HandOff() {
     {
       const std::lock_guard<std::mutex> lock(m_mutex);
@@ -35,29 +42,40 @@ public:
   HandOff(const HandOff&) = delete;
   HandOff& operator=(const HandOff&) = delete;
 
-  int RoundTrip(int request) {
+  int RoundTrip(int caller, int request) {
+    Slot& slot = m_answers[static_cast<std::size_t>(caller)];
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_request = request;
-    m_hasRequest = true;
+    m_requests.push_back({caller, request});
     m_requestReady.notify_one();
-    m_answerReady.wait(lock, [this] { return m_hasAnswer; });
-    m_hasAnswer = false;
-    return m_answer;
+    m_answerReady.wait(lock, [&slot] { return slot.answered; });
+    slot.answered = false;
+    return slot.answer;
   }
 
 private:
+  struct Request {
+    int caller;
+    int value;
+  };
+  struct Slot {
+    int answer = 0;
+    bool answered = false;
+  };
+
   void Deliver() {
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-      m_requestReady.wait(lock, [this] { return m_hasRequest || m_stopping; });
+      m_requestReady.wait(lock, [this] { return !m_requests.empty() || m_stopping; });
       if (m_stopping) {
         return;
       }
-      m_hasRequest = false;
-      m_answer = m_request + 1;
-      m_hasAnswer = true;
+      const Request request = m_requests.front();
+      m_requests.pop_front();
+      Slot& slot = m_answers[static_cast<std::size_t>(request.caller)];
+      slot.answer = request.value + 1;
+      slot.answered = true;
       lock.unlock();
-      m_answerReady.notify_one();
+      m_answerReady.notify_all();
       lock.lock();
     }
   }
@@ -65,30 +83,16 @@ private:
   std::mutex m_mutex;
   std::condition_variable m_requestReady;
   std::condition_variable m_answerReady;
-  int m_request = 0;
-  int m_answer = 0;
-  bool m_hasRequest = false;
-  bool m_hasAnswer = false;
+  std::deque<Request> m_requests;
+  std::vector<Slot> m_answers;
   bool m_stopping = false;
   std::thread m_delivery;
 };
-
-void BM_HandOffFloor(benchmark::State& state) {
-  HandOff handOff;
-  int value = 0;
-  for (auto _ : state) {
-    value = handOff.RoundTrip(value);
-  }
-  benchmark::DoNotOptimize(value);
-  state.SetItemsProcessed(state.iterations());
-}
-BENCHMARK(BM_HandOffFloor)->UseRealTime();
 
 // One device stack and one messenger for all caller threads of a run, as in a
 // process of the server.
 struct MessengerSetUp {
   MessengerSetUp() {
-    Avo::GetGlobalDefaultLogger().setLogLevel(log4cplus::INFO_LOG_LEVEL);
     simulation.SetObject(1, "4.2:21");
     messenger.SetAsResponseHandler();
   }
@@ -101,29 +105,57 @@ struct MessengerSetUp {
   Avo::DscAsyncRequestMessenger messenger{adapter, boost::posix_time::seconds(5), 0};
 };
 
-MessengerSetUp* g_setUp = nullptr;
+// Made by thread 0 before the timed loops; Google Benchmark lets every
+// thread's loop begin only when all threads have arrived, and end together.
+HandOff* g_handOff = nullptr;
+MessengerSetUp* g_messenger = nullptr;
 
-void BM_MessengerGetValue(benchmark::State& state) {
+void HandOffFloor(benchmark::State& state) {
   if (state.thread_index() == 0) {
-    g_setUp = new MessengerSetUp();
+    g_handOff = new HandOff(state.threads());
   }
-  // Google Benchmark starts the timed loop of all threads together, after
-  // thread 0's set-up above.
-  for (auto _ : state) {
-    const Avo::Docket docket = g_setUp->messenger.GetValue(1, false);
-    if (!docket.IsAnswered()) {
-      state.SkipWithError("request not answered");
-      break;
+  int value = 0;
+  {
+    AvoBench::LoopMeasurement measurement(state);
+    for (auto _ : state) {
+      value = g_handOff->RoundTrip(state.thread_index(), value);
+    }
+  }
+  benchmark::DoNotOptimize(value);
+  state.SetItemsProcessed(state.iterations());
+  if (state.thread_index() == 0) {
+    delete g_handOff;
+    g_handOff = nullptr;
+  }
+}
+
+void MessengerGetValue(benchmark::State& state) {
+  if (state.thread_index() == 0) {
+    g_messenger = new MessengerSetUp();
+  }
+  {
+    AvoBench::LoopMeasurement measurement(state);
+    for (auto _ : state) {
+      const Avo::Docket docket = g_messenger->messenger.GetValue(1, false);
+      if (!docket.IsAnswered()) {
+        state.SkipWithError("request not answered");
+        break;
+      }
     }
   }
   state.SetItemsProcessed(state.iterations());
   if (state.thread_index() == 0) {
-    delete g_setUp;
-    g_setUp = nullptr;
+    delete g_messenger;
+    g_messenger = nullptr;
   }
 }
-BENCHMARK(BM_MessengerGetValue)->Threads(1)->Threads(2)->Threads(8)->UseRealTime();
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  for (const int threads : {1, 2, 8}) {
+    AvoBench::Register("Messenger/GetValue", MessengerGetValue)->Threads(threads)->UseRealTime();
+    AvoBench::RegisterFloor("Messenger/GetValue", HandOffFloor)->Threads(threads)->UseRealTime();
+  }
+  return AvoBench::Main(argc, argv);
+}

@@ -1,177 +1,160 @@
-// Cost of the table-driven conversion path: Init (once per
-// Avo::CheckGroupValue call), and ToKnxValue / FromKnxValue after Init beside
-// the bare group value setter or getter for the same value (the floor).
-//
-//   bench_valueconverter [benchmark flags]
-//   bench_valueconverter --init-loop N   only N fresh Init calls, for
-//       valgrind --tool=callgrind --toggle-collect='Avo::KnxValueConverter::Init()'
+// The table-driven conversion path: Init (run for every value check) beside
+// the clones that every row must own, and ToKnxValue / FromKnxValue after
+// Init beside the bare group value setter or getter for the same value, with
+// the logger at INFO and at DEBUG.
 #include "AvoObjectModel/KnxValueConverter.h"
-#include "Avo/Logging.h"
+
+#include "BenchSupport.h"
+#include "ConversionCases.h"
 
 #include <benchmark/benchmark.h>
-#include <log4cplus/nullappender.h>
 
-#include <cstdlib> // std::strtol
-#include <cstring> // std::strcmp
-#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
-// Lines are dropped by a null appender; the level stays INFO, as in service.
-void SilenceLogging() {
-  log4cplus::Logger& logger = Avo::GetGlobalDefaultLogger();
-  logger.setAdditivity(false);
-  logger.removeAllAppenders();
-  logger.addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender()));
-  logger.setLogLevel(log4cplus::INFO_LOG_LEVEL);
-}
+using AvoBench::ConversionCase;
 
 const Avo::KnxValueConverter& Initialised() {
   static const Avo::KnxValueConverter converter = [] {
-    Avo::KnxValueConverter c;
-    c.Init();
-    return c;
+    Avo::KnxValueConverter built;
+    built.Init();
+    return built;
   }();
   return converter;
 }
 
-VELVALUE Value(VelValueType type, const std::function<void(VELVALUE&)>& fill) {
-  VELVALUE value(type);
-  fill(value);
-  return value;
-}
-
-struct Sample {
-  const char* name;
-  KNXDPT dpt;
-  VELVALUE value;
-  std::function<void(KnxStack::GroupValue&)> set; // the floor: the bare setter
-  std::function<void(const KnxStack::GroupValue&)> get; // the floor: the bare getter
-};
-
-std::vector<Sample> Samples() {
-  return {
-      {"1.001", {1, 1, 1}, Value(ivtBool, [](VELVALUE& v) { v.byVal = 1; }),
-       [](KnxStack::GroupValue& g) { g.SetAsBoolean(true); },
-       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsBoolean()); }},
-      {"5.001", {8, 5, 1}, Value(ivtByte, [](VELVALUE& v) { v.byVal = 200; }),
-       [](KnxStack::GroupValue& g) { g.SetAsUnsigned8(200); },
-       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsUnsigned8()); }},
-      {"9.001", {16, 9, 1}, Value(ivtFloat, [](VELVALUE& v) { v.dblVal = 21.5; }),
-       [](KnxStack::GroupValue& g) { g.SetAsFloat16(21.5); },
-       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsFloat16()); }},
-      {"13.001", {32, 13, 1}, Value(ivtInteger, [](VELVALUE& v) { v.lVal = -123456; }),
-       [](KnxStack::GroupValue& g) { g.SetAsSigned32(-123456); },
-       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsSigned32()); }},
-      {"14.000", {32, 14, 0}, Value(ivtFloat, [](VELVALUE& v) { v.dblVal = 1.5; }),
-       [](KnxStack::GroupValue& g) { g.SetAsFloat32(1.5F); },
-       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsFloat32()); }},
-      {"16.001", {112, 16, 1}, Value(ivtString, [](VELVALUE& v) { v.strVal = "Hello"; }),
-       [](KnxStack::GroupValue& g) { g.SetAsString14("Hello"); },
-       [](const KnxStack::GroupValue& g) { benchmark::DoNotOptimize(g.GetAsString14()); }},
-  };
-}
-
-void BM_InitFresh(benchmark::State& state) {
+// Init of a fresh converter, as every value check makes one. Only Init is
+// timed and counted; the converter is made and destroyed between the Inits
+// as between checks, so that Init meets the heap in the state of service.
+void Init(benchmark::State& state) {
+  AvoBench::ManualTimer timer(state);
+  std::optional<Avo::KnxValueConverter> converter;
+  AvoBench::LoopMeasurement measurement(state);
+  measurement.PauseCounting();
   for (auto _ : state) {
-    Avo::KnxValueConverter converter;
-    benchmark::DoNotOptimize(converter.Init());
-  }
-}
-BENCHMARK(BM_InitFresh);
-
-void BM_InitAgain(benchmark::State& state) {
-  Avo::KnxValueConverter converter;
-  converter.Init();
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(converter.Init());
-  }
-}
-BENCHMARK(BM_InitAgain);
-
-void ToKnxValue(benchmark::State& state, const Sample& sample) {
-  for (auto _ : state) {
-    KNXDPT dpt = sample.dpt;
-    KnxStack::GroupValue gv;
-    benchmark::DoNotOptimize(Initialised().ToKnxValue(dpt, sample.value, gv));
-    benchmark::DoNotOptimize(gv);
+    converter.emplace();
+    timer.Start();
+    measurement.ResumeCounting();
+    benchmark::DoNotOptimize(converter->Init());
+    measurement.PauseCounting();
+    timer.Stop();
+    converter.reset();
   }
 }
 
-void SetFloor(benchmark::State& state, const Sample& sample) {
+// The part of Init that cannot go: every row owns a clone of its converter.
+void InitFloor(benchmark::State& state) {
+  std::vector<const Avo::KnxConverter*> prototypes;
+  for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
+    prototypes.push_back(row.GetConverter());
+  }
+  AvoBench::ManualTimer timer(state);
+  std::unique_ptr<Avo::KnxConverter> clones[Avo::DptValueMap::kInlineRows];
+  AvoBench::LoopMeasurement measurement(state);
+  measurement.PauseCounting();
   for (auto _ : state) {
-    KnxStack::GroupValue gv;
-    sample.set(gv);
-    benchmark::DoNotOptimize(gv);
+    timer.Start();
+    measurement.ResumeCounting();
+    for (std::size_t i = 0; i < prototypes.size(); ++i) {
+      clones[i].reset(prototypes[i]->Clone());
+    }
+    benchmark::DoNotOptimize(clones);
+    measurement.PauseCounting();
+    timer.Stop();
+    for (auto& clone : clones) {
+      clone.reset();
+    }
   }
 }
 
-void FromKnxValue(benchmark::State& state, const Sample& sample) {
-  KnxStack::GroupValue gv;
-  KNXDPT written = sample.dpt;
-  Initialised().ToKnxValue(written, sample.value, gv);
+void ToKnxValue(benchmark::State& state, const ConversionCase& conversion,
+                log4cplus::LogLevel level) {
+  const Avo::KnxValueConverter& converter = Initialised();
+  const AvoBench::ScopedLogLevel logLevel(level);
+  {
+    KNXDPT dpt = conversion.dpt;
+    KnxStack::GroupValue value;
+    if (!converter.ToKnxValue(dpt, conversion.converterValue, value)) {
+      state.SkipWithError("the value does not convert");
+      return;
+    }
+  }
+  const AvoBench::LoopMeasurement measurement(state);
   for (auto _ : state) {
-    KNXDPT dpt = sample.dpt;
-    VELVALUE value;
-    benchmark::DoNotOptimize(Initialised().FromKnxValue(dpt, gv, value));
+    KNXDPT dpt = conversion.dpt;
+    KnxStack::GroupValue value;
+    benchmark::DoNotOptimize(converter.ToKnxValue(dpt, conversion.converterValue, value));
     benchmark::DoNotOptimize(value);
   }
 }
 
-void GetFloor(benchmark::State& state, const Sample& sample) {
-  KnxStack::GroupValue gv;
-  sample.set(gv);
+void SetterFloor(benchmark::State& state, const ConversionCase& conversion) {
+  const AvoBench::LoopMeasurement measurement(state);
   for (auto _ : state) {
-    sample.get(gv);
+    KnxStack::GroupValue value;
+    conversion.set(conversion.converterValue, value);
+    benchmark::DoNotOptimize(value);
   }
 }
 
-void UnknownDpt(benchmark::State& state) {
-  const VELVALUE value = Value(ivtFloat, [](VELVALUE& v) { v.dblVal = 1.0; });
+void FromKnxValue(benchmark::State& state, const ConversionCase& conversion,
+                  log4cplus::LogLevel level) {
+  const Avo::KnxValueConverter& converter = Initialised();
+  const AvoBench::ScopedLogLevel logLevel(level);
+  const KnxStack::GroupValue encoded = AvoBench::EncodedGroupValue(conversion);
+  VELVALUE value;
+  {
+    KNXDPT dpt = conversion.dpt;
+    if (!converter.FromKnxValue(dpt, encoded, value)) {
+      state.SkipWithError("the group value does not convert");
+      return;
+    }
+  }
+  const AvoBench::LoopMeasurement measurement(state);
   for (auto _ : state) {
-    KNXDPT dpt(16, 99, 1);
-    KnxStack::GroupValue gv;
-    benchmark::DoNotOptimize(Initialised().ToKnxValue(dpt, value, gv));
-  }
-}
-BENCHMARK(UnknownDpt)->Name("ToKnxValue/unknown 99.001");
-
-void RegisterConversions() {
-  static const std::vector<Sample> samples = Samples();
-  for (const Sample& sample : samples) {
-    const std::string name = sample.name;
-    benchmark::RegisterBenchmark(("ToKnxValue/" + name).c_str(), ToKnxValue, sample);
-    benchmark::RegisterBenchmark(("ToKnxValue floor/" + name).c_str(), SetFloor, sample);
-    benchmark::RegisterBenchmark(("FromKnxValue/" + name).c_str(), FromKnxValue, sample);
-    benchmark::RegisterBenchmark(("FromKnxValue floor/" + name).c_str(), GetFloor, sample);
+    KNXDPT dpt = conversion.dpt;
+    benchmark::DoNotOptimize(converter.FromKnxValue(dpt, encoded, value));
+    benchmark::DoNotOptimize(value);
   }
 }
 
-// Fresh converters initialised `count` times, as Avo::CheckGroupValue does;
-// one warm-up call first builds the catalogue's prototypes.
-int InitLoop(long count) {
-  { Avo::KnxValueConverter().Init(); }
-  for (long i = 0; i < count; ++i) {
-    Avo::KnxValueConverter converter;
-    converter.Init();
+void GetterFloor(benchmark::State& state, const ConversionCase& conversion) {
+  const KnxStack::GroupValue encoded = AvoBench::EncodedGroupValue(conversion);
+  VELVALUE value;
+  const AvoBench::LoopMeasurement measurement(state);
+  for (auto _ : state) {
+    conversion.get(encoded, value);
+    benchmark::DoNotOptimize(value);
   }
-  return 0;
+}
+
+void RegisterAll() {
+  AvoBench::Register("Init", Init)->UseManualTime();
+  AvoBench::RegisterFloor("Init", InitFloor)->UseManualTime();
+  for (const ConversionCase& conversion : AvoBench::ConversionCases()) {
+    const std::string name = conversion.name;
+    const ConversionCase* c = &conversion;
+    for (const AvoBench::LogLevelVariant& variant : AvoBench::kLogLevelVariants) {
+      const log4cplus::LogLevel level = variant.level;
+      AvoBench::Register("ToKnxValue/" + name + variant.suffix,
+                         [c, level](benchmark::State& state) { ToKnxValue(state, *c, level); });
+      AvoBench::Register("FromKnxValue/" + name + variant.suffix,
+                         [c, level](benchmark::State& state) { FromKnxValue(state, *c, level); });
+    }
+    AvoBench::RegisterFloor("ToKnxValue/" + name,
+                            [c](benchmark::State& state) { SetterFloor(state, *c); });
+    AvoBench::RegisterFloor("FromKnxValue/" + name,
+                            [c](benchmark::State& state) { GetterFloor(state, *c); });
+  }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  SilenceLogging();
-  if (argc == 3 && std::strcmp(argv[1], "--init-loop") == 0) {
-    return InitLoop(std::strtol(argv[2], nullptr, 10));
-  }
-  RegisterConversions();
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-    return 1;
-  }
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
+  RegisterAll();
+  return AvoBench::Main(argc, argv);
 }

@@ -3,6 +3,8 @@
 
 #include "Avo/Logging.h"
 
+#include <boost/chrono/duration.hpp>
+#include <boost/chrono/system_clocks.hpp> // boost::chrono::high_resolution_clock
 #include <boost/optional.hpp>
 #include <boost/timer/timer.hpp> // boost::timer::cpu_timer, boost::timer::format
 
@@ -13,6 +15,7 @@ namespace Avo {
 
 /// Scope object that starts a CPU timer (wall, user and system time) at
 /// construction and reports in its destructor, whichever way the scope is left.
+/// The times are read at the end only when they are reported.
 ///
 /// - With a limit: one INFO line "<message><times>" when the wall time reached
 ///   the limit, nothing below it.
@@ -31,19 +34,23 @@ public:
 
   /// Reports at INFO when the wall time reaches limit.
   MeasureDuration(const char* message, std::chrono::nanoseconds limit)
-      : m_message(message), m_limit(static_cast<boost::timer::nanosecond_type>(limit.count())) {}
+      : m_message(message), m_limit(static_cast<boost::timer::nanosecond_type>(limit.count())),
+        m_wallStart(WallClock::now()) {}
 
   MeasureDuration(const MeasureDuration&) = delete;
   MeasureDuration& operator=(const MeasureDuration&) = delete;
 
   ~MeasureDuration() {
-    const boost::timer::cpu_times elapsed = m_timer.elapsed();
     if (m_limit) {
-      if (elapsed.wall >= *m_limit) {
-        AVO_LOG_INFO(m_message << FormatTimes(elapsed));
+      // The wall clock alone decides whether to report, so that a scope
+      // below its limit reads no CPU times (a system call) at its end.
+      const auto wall = boost::chrono::duration_cast<boost::chrono::nanoseconds>(
+          WallClock::now() - m_wallStart);
+      if (wall.count() >= *m_limit) {
+        AVO_LOG_INFO(m_message << FormatTimes(m_timer.elapsed()));
       }
     } else {
-      AVO_LOG_TRACE(m_message << FormatTimes(elapsed));
+      AVO_LOG_TRACE(m_message << FormatTimes(m_timer.elapsed()));
     }
   }
 
@@ -59,9 +66,13 @@ private:
     return text.substr(first, last - first + 1);
   }
 
+  // The clock of the timer's wall time.
+  using WallClock = boost::chrono::high_resolution_clock;
+
   const char* m_message;
   boost::timer::cpu_timer m_timer;
   boost::optional<boost::timer::nanosecond_type> m_limit;
+  WallClock::time_point m_wallStart;
 };
 
 } // namespace Avo

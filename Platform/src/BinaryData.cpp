@@ -1,15 +1,10 @@
 #include "KnxStack/GroupValue.h"
 
-#include <algorithm> // std::max, std::min
+#include <algorithm> // std::min
 #include <string>
-#include <utility> // std::move
 
 namespace KnxStack {
 namespace {
-
-// Group values are mostly one to four bytes: a first allocation of this size
-// lets a reused value change to any of those encodings without reallocating.
-constexpr unsigned int kSmallCapacity = 4;
 
 [[noreturn]] void ThrowShortRead(unsigned int index, unsigned int needed, unsigned int size) {
   throw GroupValueException("BinaryData: " + std::to_string(needed) + " byte(s) needed at index " +
@@ -32,7 +27,7 @@ BinaryData::BinaryData(const unsigned char* data, unsigned int size) {
   Assign(data, size);
 }
 
-BinaryData::BinaryData(std::vector<std::uint8_t> bytes) : m_bytes(std::move(bytes)) {}
+BinaryData::BinaryData(std::vector<std::uint8_t> bytes) : m_bytes(bytes.begin(), bytes.end()) {}
 
 std::uint8_t BinaryData::GetUInt8Value(unsigned int index) const {
   if (!HasBytes(GetSize(), index, 1)) {
@@ -75,13 +70,6 @@ void BinaryData::SetUInt8Value(unsigned int index, std::uint8_t value) {
     m_bytes.resize(std::size_t{index} + 1, 0);
   }
   m_bytes[index] = value;
-}
-
-void BinaryData::Assign(const std::uint8_t* data, unsigned int size) {
-  if (m_bytes.capacity() < size) {
-    m_bytes.reserve(std::max(size, kSmallCapacity));
-  }
-  m_bytes.assign(data, data + size);
 }
 
 std::string BinaryData::ToString() const {

@@ -6,10 +6,14 @@
 #include <log4cplus/initializer.h>
 #include <log4cplus/layout.h>
 
-#include <cstring> // std::strrchr
+#include <charconv> // std::to_chars
+#include <cstring>  // std::strrchr, std::strpbrk
 #include <fstream>
+#include <locale>
 #include <memory>
 #include <mutex>
+#include <streambuf>
+#include <string_view>
 
 namespace Avo {
 namespace {
@@ -82,6 +86,16 @@ std::string ShortFunctionName(const char* function) {
   return name;
 }
 
+// A plain name, as __func__ gives it, is kept as it is; only a signature
+// needs shortening.
+void AppendShortFunctionName(std::string& out, const char* function) {
+  if (function != nullptr && std::strpbrk(function, "()<>: ") == nullptr) {
+    out += function;
+    return;
+  }
+  out += ShortFunctionName(function);
+}
+
 const char* BaseName(const char* file) {
   if (file == nullptr) {
     return "";
@@ -90,17 +104,76 @@ const char* BaseName(const char* file) {
   return slash != nullptr ? slash + 1 : file;
 }
 
+// "GetEntry (KnxValueConverter.cpp:42)".
+void AppendFunctionPart(std::string& out, const char* function, const char* file, int line) {
+  AppendShortFunctionName(out, function);
+  out += " (";
+  out += BaseName(file);
+  out += ':';
+  char digits[16];
+  const auto written = std::to_chars(digits, digits + sizeof digits, line);
+  out.append(digits, written.ptr);
+  out += ')';
+}
+
+// Context, function part, " - ", padding, text.
+void AppendEntry(std::string& out, const char* function, const char* file, int line,
+                 std::string_view text) {
+  {
+    std::lock_guard<std::mutex> lock(ContextMutex());
+    const std::string& context = ContextText();
+    if (!context.empty()) {
+      out += '[';
+      out += context;
+      out += "] ";
+    }
+  }
+  AppendFunctionPart(out, function, file, line);
+  out += " - ";
+  out.append(2 * std::size_t{t_recursionDepth}, ' ');
+  out += text;
+}
+
+// A stream buffer that appends to a string, so that the streamed text is
+// read where it was written.
+class TextBuffer : public std::streambuf {
+public:
+  std::string& Text() { return m_text; }
+
+protected:
+  int_type overflow(int_type character) override {
+    if (!traits_type::eq_int_type(character, traits_type::eof())) {
+      m_text += traits_type::to_char_type(character);
+    }
+    return traits_type::not_eof(character);
+  }
+  std::streamsize xsputn(const char* characters, std::streamsize count) override {
+    m_text.append(characters, static_cast<std::size_t>(count));
+    return count;
+  }
+
+private:
+  std::string m_text;
+};
+
 } // namespace
 
-log4cplus::Logger& GetGlobalDefaultLogger() {
+namespace detail {
+
+std::atomic<log4cplus::Logger*> g_globalDefaultLogger{nullptr};
+
+log4cplus::Logger& SetUpGlobalDefaultLogger() {
   static log4cplus::Logger logger = [] {
     log4cplus::initialize();
     log4cplus::Logger avo = log4cplus::Logger::getInstance("Avo");
     InstallDefaultConsoleAppender(avo);
     return avo;
   }();
+  g_globalDefaultLogger.store(&logger, std::memory_order_release);
   return logger;
 }
+
+} // namespace detail
 
 bool ConfigureLogging(const std::string& propertiesFile) {
   GetGlobalDefaultLogger();
@@ -124,12 +197,8 @@ void SetLoggingContext(const std::string& context) {
 }
 
 std::string PrettyFunctionNamePrinter::Format(const char* function, const char* file, int line) {
-  std::string text = ShortFunctionName(function);
-  text += " (";
-  text += BaseName(file);
-  text += ':';
-  text += std::to_string(line);
-  text += ')';
+  std::string text;
+  AppendFunctionPart(text, function, file, line);
   return text;
 }
 
@@ -142,16 +211,7 @@ std::string LoggingRecursionPadding::Current() { return std::string(2 * t_recurs
 std::string LogEntryFormatter::Format(const char* function, const char* file, int line,
                                       const std::string& text) {
   std::string entry;
-  const std::string context = GetLoggingContext();
-  if (!context.empty()) {
-    entry += '[';
-    entry += context;
-    entry += "] ";
-  }
-  entry += PrettyFunctionNamePrinter::Format(function, file, line);
-  entry += " - ";
-  entry += LoggingRecursionPadding::Current();
-  entry += text;
+  AppendEntry(entry, function, file, line, text);
   return entry;
 }
 
@@ -161,6 +221,96 @@ void Emit(const log4cplus::Logger& logger, log4cplus::LogLevel level, const char
           const char* file, int line, const std::string& text) {
   logger.forcedLog(level, LogEntryFormatter::Format(function, file, line, text), file, line,
                    function);
+}
+
+struct LineWriter::Buffers {
+  Buffers() : stream(&text) {}
+  Buffers(const Buffers&) = delete;
+  Buffers& operator=(const Buffers&) = delete;
+
+  // Empties the text and gives the stream the format of a new stream, so
+  // that no manipulator of an earlier line carries over.
+  void Reset() {
+    text.Text().clear();
+    stream.clear();
+    stream.flags(std::ios_base::skipws | std::ios_base::dec);
+    stream.precision(6);
+    stream.width(0);
+    stream.fill(' ');
+    const std::locale global;
+    if (stream.getloc() != global) {
+      stream.imbue(global);
+    }
+  }
+
+  TextBuffer text;
+  std::ostream stream;
+  std::string entry;
+  bool inUse = false;
+};
+
+namespace {
+
+// The thread's buffers, made on its first line. Plain pointers, so that a
+// line written while the thread ends (from another thread-local object's
+// destructor) finds them gone rather than destroyed.
+thread_local LineWriter::Buffers* t_lineBuffers = nullptr;
+thread_local bool t_lineBuffersClosed = false;
+
+struct LineBuffersOwner {
+  LineBuffersOwner() = default;
+  LineBuffersOwner(const LineBuffersOwner&) = delete;
+  LineBuffersOwner& operator=(const LineBuffersOwner&) = delete;
+  ~LineBuffersOwner() {
+    delete t_lineBuffers;
+    t_lineBuffers = nullptr;
+    t_lineBuffersClosed = true;
+  }
+};
+
+thread_local LineBuffersOwner t_lineBuffersOwner;
+
+// The thread's buffers when they are free; null while another line of the
+// thread is being written, and after the thread's end has begun.
+LineWriter::Buffers* TakeThreadBuffers() {
+  if (t_lineBuffers == nullptr && !t_lineBuffersClosed) {
+    static_cast<void>(&t_lineBuffersOwner); // registers the owner's destructor
+    t_lineBuffers = new LineWriter::Buffers();
+  }
+  LineWriter::Buffers* buffers = t_lineBuffers;
+  if (buffers == nullptr || buffers->inUse) {
+    return nullptr;
+  }
+  buffers->inUse = true;
+  return buffers;
+}
+
+} // namespace
+
+LineWriter::LineWriter(const log4cplus::Logger& logger, log4cplus::LogLevel level,
+                       const char* function, const char* file, int line)
+    : m_logger(logger), m_level(level), m_function(function), m_file(file), m_line(line),
+      m_buffers(TakeThreadBuffers()) {
+  if (m_buffers == nullptr) {
+    m_ownBuffers = std::make_unique<Buffers>();
+    m_buffers = m_ownBuffers.get();
+  }
+  m_buffers->Reset();
+}
+
+LineWriter::~LineWriter() {
+  if (m_ownBuffers == nullptr) {
+    m_buffers->inUse = false;
+  }
+}
+
+std::ostream& LineWriter::Stream() { return m_buffers->stream; }
+
+void LineWriter::Send() {
+  std::string& entry = m_buffers->entry;
+  entry.clear();
+  AppendEntry(entry, m_function, m_file, m_line, m_buffers->text.Text());
+  m_logger.forcedLog(m_level, entry, m_file, m_line, m_function);
 }
 
 void FailAssertion(const char* expression, const char* function, const char* file, int line) {

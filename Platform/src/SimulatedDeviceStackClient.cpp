@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <set>
 #include <thread>
@@ -30,8 +31,20 @@ struct PendingAnswer {
   unsigned long objectId = 0;
   std::string urn;
   std::string payload;
-  DeviceStackError error;
+  // None for an answer without error: every answer is moved several times on
+  // its way, and an error's three texts would be moved with it.
+  std::optional<DeviceStackError> error;
 };
+
+// What a handler gets as the error of an answer without one.
+const DeviceStackError& NoError() {
+  static const DeviceStackError none;
+  return none;
+}
+
+const IDeviceStackClient::IError& ErrorOf(const PendingAnswer& answer) {
+  return answer.error ? *answer.error : NoError();
+}
 
 // Heap order that puts the earliest answer (then the earliest request) first.
 struct DueLater {
@@ -47,23 +60,24 @@ struct SimulatedObject {
 };
 
 void Deliver(IDeviceStackClient::IResponseHandler& handler, const PendingAnswer& answer) {
+  const IDeviceStackClient::IError& error = ErrorOf(answer);
   switch (answer.kind) {
   case AnswerKind::Response:
-    handler.OnResponse(answer.context, answer.requestId, answer.payload, answer.error);
+    handler.OnResponse(answer.context, answer.requestId, answer.payload, error);
     break;
   case AnswerKind::RegisterApplication:
-    handler.OnRegisterApplication(answer.context, answer.requestId, answer.error);
+    handler.OnRegisterApplication(answer.context, answer.requestId, error);
     break;
   case AnswerKind::SetConfiguration:
-    handler.OnSetConfiguration(answer.context, answer.requestId, answer.error);
+    handler.OnSetConfiguration(answer.context, answer.requestId, error);
     break;
   case AnswerKind::GetValue:
     handler.OnGetValue(answer.context, answer.requestId, answer.objectId, answer.urn,
-                       answer.payload, answer.error);
+                       answer.payload, error);
     break;
   case AnswerKind::SetValue:
     handler.OnSetValue(answer.context, answer.requestId, answer.objectId, answer.urn,
-                       answer.payload, answer.error);
+                       answer.payload, error);
     break;
   }
 }
@@ -329,7 +343,9 @@ public:
   }
 
 private:
-  static bool IsRefused(const PendingAnswer& answer) { return answer.error.GetCode() != 0; }
+  static bool IsRefused(const PendingAnswer& answer) {
+    return answer.error && answer.error->GetCode() != 0;
+  }
 
   bool Draw(double rate) {
     if (rate <= 0.0) {
@@ -399,7 +415,7 @@ private:
   // answer is waited for until the delivery thread has begun it, unless the
   // delivery thread is busy in a handler call: that call may wait for a lock
   // that the requesting thread holds, and waiting here would then never end.
-  std::string Submit(std::unique_lock<std::mutex>& lock, PendingAnswer answer,
+  std::string Submit(std::unique_lock<std::mutex>& lock, PendingAnswer&& answer,
                      const SimulatedAnswerPlan& plan) {
     std::string requestId = answer.requestId;
     if (IsRefused(answer)) {
@@ -444,9 +460,12 @@ private:
     return requestId;
   }
 
-  void Enqueue(PendingAnswer answer) {
+  void Enqueue(PendingAnswer&& answer) {
     m_queue.push_back(std::move(answer));
-    std::push_heap(m_queue.begin(), m_queue.end(), DueLater());
+    // A single answer is a heap already; push_heap would move it out and back.
+    if (m_queue.size() > 1) {
+      std::push_heap(m_queue.begin(), m_queue.end(), DueLater());
+    }
   }
 
   void QueueHeldAnswers() {

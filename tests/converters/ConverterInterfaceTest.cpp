@@ -3,6 +3,11 @@
 
 #include "ConverterTestSupport.h"
 
+#include "AvoObjectModel/KnxValueConverter.h"
+
+#include <thread>
+#include <utility>
+
 
 namespace {
 
@@ -47,6 +52,32 @@ TEST(ConverterDescription, GivesTheRangeInFull) {
   EXPECT_EQ(range(KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255))), "IntegerRange(-64, 64, 0, 255)");
   EXPECT_EQ(range(KnxConverterFloat16BitFloat(FloatRange(-671088.64, 670760.96, -0.5, 1e+300))),
             "FloatRange(-671088.64, 670760.96, -0.5, 1e+300)");
+}
+
+// Converter blocks are recycled per thread by size: clones of every class in
+// the catalogue, more of each than a thread keeps, freed on another thread and
+// made again, each keep their own class and range.
+TEST(ConverterInterface, ClonesKeepClassAndRangeWhileBlocksAreRecycledAcrossThreads) {
+  KnxValueConverter catalogue;
+  catalogue.Init();
+  const auto describe = [](const KnxConverter& c) { return DescribeKnxConverter(c).className + DescribeKnxConverter(c).range; };
+  std::vector<std::pair<const KnxConverter*, std::unique_ptr<KnxConverter>>> clones;
+  for (int round = 0; round < 3; ++round) {
+    for (int copies = 0; copies < 100; ++copies) {
+      for (const DptValueEntry& row : catalogue.GetDptValueMap()) {
+        clones.emplace_back(row.GetConverter(), row.GetConverter()->Clone());
+      }
+    }
+    std::vector<std::pair<const KnxConverter*, std::unique_ptr<KnxConverter>>> survivors, doomed;
+    for (std::size_t i = 0; i < clones.size(); ++i) {
+      (i % 2 == 0 ? survivors : doomed).push_back(std::move(clones[i]));
+    }
+    std::thread([&doomed] { doomed.clear(); }).join(); // their blocks go to that thread
+    clones = std::move(survivors);
+  }
+  for (const auto& [original, clone] : clones) {
+    ASSERT_EQ(describe(*clone), describe(*original));
+  }
 }
 
 } // namespace

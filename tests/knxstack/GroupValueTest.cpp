@@ -138,6 +138,25 @@ TEST(BinaryData, ReadsBigEndianWithinTheDataOnly) {
   EXPECT_THROW(BinaryData().GetUInt32Value(0), GroupValueException);
 }
 
+// Short data lives inside the object, longer data on the heap: the bytes
+// survive every change between the two, copies, and an assignment of the
+// data's own bytes.
+TEST(BinaryData, KeepsItsBytesInsideTheObjectAndOnTheHeap) {
+  BinaryData data;
+  for (const unsigned size : {1U, 14U, 15U, 40U, 2U, 0U, 14U}) {
+    Bytes bytes(size);
+    for (unsigned i = 0; i < size; ++i) {
+      bytes[i] = static_cast<std::uint8_t>(size * 7 + i);
+    }
+    data.Assign(bytes.data(), size);
+    BinaryData assigned(Bytes{0x55});
+    assigned = data;
+    EXPECT_TRUE(data.GetBytes() == bytes && BinaryData(data).GetBytes() == bytes && assigned.GetBytes() == bytes) << size;
+  }
+  data.Assign(data.GetData() + 1, 13); // its own bytes, shifted by one
+  EXPECT_TRUE(data.GetSize() == 13U && data.GetBytes().front() == 14 * 7 + 1);
+}
+
 TEST(BinaryData, PointerConstructorRefusesMissingData) {
   const unsigned char raw[] = {0x01, 0x02};
   EXPECT_TRUE(BinaryData(raw, 2).GetBytes() == Bytes({0x01, 0x02}) && BinaryData(nullptr, 0).IsEmpty());

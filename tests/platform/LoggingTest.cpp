@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iomanip>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -47,6 +49,36 @@ TEST(Logging, ThresholdDropsLowerLevelsAndSkipsTheirFormatting) {
   EXPECT_THAT(capture.Lines(), ElementsAre(Line(log4cplus::INFO_LOG_LEVEL, "i probe"),
                                            Line(log4cplus::WARN_LOG_LEVEL, "w"),
                                            Line(log4cplus::ERROR_LOG_LEVEL, "e")));
+}
+
+// A value whose output operator logs a line of its own while its own line
+// is being streamed.
+struct Chatty {
+  friend std::ostream& operator<<(std::ostream& os, const Chatty&) {
+    AVO_LOG_INFO("inner " << std::hex << 255);
+    return os << "chatty";
+  }
+};
+
+struct Throwing {
+  friend std::ostream& operator<<(std::ostream& os, const Throwing&) {
+    os << "half";
+    throw std::runtime_error("no text");
+  }
+};
+
+// Streams are reused from line to line: no line may see another line's text
+// or format, also when a line is begun inside another or left by an exception.
+TEST(Logging, EveryLineStartsWithAnEmptyStreamInTheDefaultFormat) {
+  ScopedLogCapture capture;
+  AVO_LOG_INFO("a " << std::hex << std::showbase << 255 << std::setprecision(2) << std::fixed
+                    << std::setfill('*') << 1.5 << std::setw(4));
+  AVO_LOG_INFO("b " << 255 << ' ' << 1.23456789 << ' ' << std::setw(3) << 7);
+  AVO_LOG_INFO("outer " << Chatty() << ' ' << 10);
+  EXPECT_THROW(AVO_LOG_INFO("lost " << Throwing()), std::runtime_error);
+  AVO_LOG_INFO("c " << 12);
+  EXPECT_THAT(capture.Texts(), ElementsAre("a 0xff1.50", "b 255 1.23457   7", "inner ff",
+                                           "outer chatty 10", "c 12"));
 }
 
 TEST(Logging, PrettyFunctionNamesAreShortened) {

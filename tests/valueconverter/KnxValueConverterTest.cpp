@@ -55,6 +55,41 @@ TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
   EXPECT_TRUE(empty.GetValueType() == ivtEmpty && dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()));
 }
 
+// A converter filled by Init finds its rows through an index; the same rows
+// registered one by one are searched. Both give the same row, or the same line.
+TEST(DptValueMap, IndexedLookupsAgreeWithASearchOfTheSameRows) {
+  KnxValueConverter searched;
+  for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
+    const KNXDPT& dpt = row.GetDpt();
+    searched.AddDptValueMapEntry(dpt.mainNumber, dpt.subNumber, dpt.bitSize, row.GetValueType(), row.GetValueSubType(),
+                                 *row.GetConverter());
+  }
+  const auto lookup = [](const KnxValueConverter& converter, const KNXDPT& dpt) {
+    ScopedLogCapture capture;
+    return converter.GetEntry(dpt).GetDpt().ToString() + " " + testing::PrintToString(capture.Lines());
+  };
+  for (std::uint16_t main = 0; main <= 300; ++main) {
+    for (std::uint16_t sub : {0, 1, 2, 5, 6, 7, 20, 27, 28, 29, 101, 102, 103, 104, 600, 65535}) {
+      ASSERT_EQ(lookup(Initialised(), {16, main, sub}), lookup(searched, {16, main, sub}));
+    }
+  }
+}
+
+// A moved-from converter is left without rows and without the index of the
+// rows it gave away; the one moved to keeps finding them.
+TEST(DptValueMap, MovedFromConverterHasNoRows) {
+  KnxValueConverter source, assigned;
+  source.Init();
+  KnxValueConverter target(std::move(source));
+  assigned = std::move(target);
+  ScopedLogCapture capture;
+  EXPECT_TRUE(assigned.GetEntry({16, 9, 1}).GetDpt() == KNXDPT(16, 9, 1) && assigned.GetEntry({1, 1, 1}).GetDpt() == KNXDPT(1, 1, 0));
+  for (const KnxValueConverter* empty : {&source, &target}) {
+    EXPECT_TRUE(empty->GetDptValueMap().GetSize() == 0 && &empty->GetEntry({16, 9, 1}) == &Avo::DptValueMap::GetEmptyEntry());
+  }
+  EXPECT_EQ(capture.Lines(), Errors({"No Entry found for DPT = 9.1", "No Entry found for DPT = 9.1"}, "GetEntry"));
+}
+
 // Copies clone again; the suite runs under LeakSanitizer for the rest.
 TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
   KnxValueConverter converter, assigned;

@@ -6,16 +6,31 @@
 #include <log4cplus/logger.h>   // log4cplus::Logger
 #include <log4cplus/loglevel.h> // log4cplus::LogLevel and the level constants
 
-#include <sstream>   // std::ostringstream, used by the logging macros
+#include <atomic>
+#include <memory>    // std::unique_ptr
+#include <ostream>   // std::ostream, which the logging macros stream into
 #include <stdexcept> // std::logic_error
 #include <string>
 
 namespace Avo {
 
+namespace detail {
+/// The global default logger once it is set up; null before. Set once and
+/// never changed, so that every log statement reaches the logger with one
+/// load instead of a call into the platform library.
+extern std::atomic<log4cplus::Logger*> g_globalDefaultLogger;
+/// Sets the global default logger up on its first use (once, whichever
+/// thread comes first) and publishes it.
+log4cplus::Logger& SetUpGlobalDefaultLogger();
+} // namespace detail
+
 /// The logger that every line of the library goes through (named "Avo").
 /// On first use, a program that has not configured log4cplus gets a console
 /// appender on standard error at INFO level.
-log4cplus::Logger& GetGlobalDefaultLogger();
+inline log4cplus::Logger& GetGlobalDefaultLogger() {
+  log4cplus::Logger* logger = detail::g_globalDefaultLogger.load(std::memory_order_acquire);
+  return logger != nullptr ? *logger : detail::SetUpGlobalDefaultLogger();
+}
 
 /// Loads a log4cplus properties file; it replaces the default console set-up.
 /// Returns false (and leaves the current set-up) when the file cannot be read.
@@ -67,20 +82,51 @@ void Emit(const log4cplus::Logger& logger, log4cplus::LogLevel level, const char
 /// Logs the FATAL line of a failed assertion and throws AssertionFailed.
 [[noreturn]] void FailAssertion(const char* expression, const char* function, const char* file,
                                 int line);
+
+/// Writes one line that is known to be enabled for its level: the logging
+/// statement streams the text into Stream() and then calls Send(). Streams
+/// are kept per thread and reused from line to line, in their default format
+/// each time, so that a line costs no stream construction and, once the
+/// thread's buffers have grown to its longest line, no allocation. A line
+/// begun while the thread streams another one (an output operator that logs)
+/// gets a stream of its own.
+class LineWriter {
+public:
+  LineWriter(const log4cplus::Logger& logger, log4cplus::LogLevel level, const char* function,
+             const char* file, int line);
+  ~LineWriter();
+  LineWriter(const LineWriter&) = delete;
+  LineWriter& operator=(const LineWriter&) = delete;
+
+  std::ostream& Stream();
+  /// Formats the line (prefix and streamed text) and hands it to log4cplus.
+  void Send();
+
+  struct Buffers;
+
+private:
+  const log4cplus::Logger& m_logger;
+  log4cplus::LogLevel m_level;
+  const char* m_function;
+  const char* m_file;
+  int m_line;
+  Buffers* m_buffers;
+  std::unique_ptr<Buffers> m_ownBuffers; // for a line begun inside another one
+};
 } // namespace detail
 
 } // namespace Avo
 
 /// Logs the streamed expression at the given log4cplus level. The level is
-/// tested first, so a line below the logger's level costs no formatting.
+/// tested first, so a line below the logger's level costs no formatting. A
+/// streamed value that throws leaves the statement without a line.
 #define AVO_LOG(level, streamed)                                                         \
   do {                                                                                   \
     const log4cplus::Logger& avoLogger_ = ::Avo::GetGlobalDefaultLogger();               \
     if (avoLogger_.isEnabledFor(level)) {                                                \
-      std::ostringstream avoLogText_;                                                    \
-      avoLogText_ << streamed;                                                           \
-      ::Avo::detail::Emit(avoLogger_, level, __func__, __FILE__, __LINE__,               \
-                          avoLogText_.str());                                            \
+      ::Avo::detail::LineWriter avoLine_(avoLogger_, level, __func__, __FILE__, __LINE__); \
+      avoLine_.Stream() << streamed;                                                     \
+      avoLine_.Send();                                                                   \
     }                                                                                    \
   } while (false)
 

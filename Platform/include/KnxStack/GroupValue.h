@@ -3,7 +3,10 @@
 /// typed setters and getters for the datapoint type encodings. Every encoding's
 /// bit layout is written beside its implementation (GroupValue.cpp).
 
+#include <boost/container/small_vector.hpp>
+
 #include <cstdint>
+#include <cstring> // std::memmove
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,9 +20,13 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-/// Growable byte buffer, bytes in bus order.
+/// Growable byte buffer, bytes in bus order. Up to kInlineBytes bytes live
+/// inside the object, so that the group values of every standard encoding
+/// (the widest is the 14-byte string) cost no allocation.
 class BinaryData {
 public:
+  static constexpr unsigned int kInlineBytes = 14;
+
   BinaryData() = default;
   BinaryData(const unsigned char* data, unsigned int size);
   explicit BinaryData(std::vector<std::uint8_t> bytes);
@@ -27,7 +34,8 @@ public:
   unsigned int GetSize() const { return static_cast<unsigned int>(m_bytes.size()); }
   bool IsEmpty() const { return m_bytes.empty(); }
   const std::uint8_t* GetData() const { return m_bytes.data(); }
-  const std::vector<std::uint8_t>& GetBytes() const { return m_bytes; }
+  /// A copy of the bytes.
+  std::vector<std::uint8_t> GetBytes() const { return {m_bytes.begin(), m_bytes.end()}; }
 
   /// The byte at index; raises GroupValueException when there is none.
   std::uint8_t GetUInt8Value(unsigned int index) const;
@@ -41,8 +49,15 @@ public:
   std::uint32_t GetUInt32Value(unsigned int index) const;
   /// Writes the byte at index, growing the buffer with zero bytes as needed.
   void SetUInt8Value(unsigned int index, std::uint8_t value);
-  /// Replaces the bytes with size bytes from data, reusing the buffer's storage.
-  void Assign(const std::uint8_t* data, unsigned int size);
+  /// Replaces the bytes with size bytes from data.
+  void Assign(const std::uint8_t* data, unsigned int size) {
+    // Inline, so that the typed setters' fixed sizes become a store or two;
+    // sized without zeroing, then copied.
+    m_bytes.resize(size, boost::container::default_init);
+    if (size != 0) {
+      std::memmove(m_bytes.data(), data, size); // data may be this buffer's own bytes
+    }
+  }
 
   /// The bytes as upper-case hex pairs separated by blanks ("0C 33"); "" when empty.
   std::string ToString() const;
@@ -51,7 +66,7 @@ public:
   bool operator!=(const BinaryData& other) const { return !(*this == other); }
 
 private:
-  std::vector<std::uint8_t> m_bytes;
+  boost::container::small_vector<std::uint8_t, kInlineBytes> m_bytes;
 };
 
 /// A KNX group value.
