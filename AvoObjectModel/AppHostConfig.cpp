@@ -343,7 +343,7 @@ unsigned long ToObjectId(std::string_view text) {
 // order. Elements of other names are ignored at every level.
 // ---------------------------------------------------------------------------
 
-class [[gnu::visibility("hidden")]] AppHostConfigurationReader {
+class __attribute__((visibility("hidden"))) AppHostConfigurationReader {
 public:
   explicit AppHostConfigurationReader(AppHostConfiguration& configuration)
       : m_configuration(configuration) {}

@@ -17,7 +17,7 @@ using KnxStack::GroupValueException;
 using Bytes = std::vector<std::uint8_t>;
 
 // Table rows carry the text of the call they make, for the failure message.
-#define CALL(call) #call, [](GroupValue& v) { v.call; }
+#define CALL(call) (#call), [](GroupValue& v) { v.call; }
 #define IS(expr) [](const GroupValue& v) { return expr; }
 
 GroupValue FromBytes(const Bytes& b) { return GroupValue(BinaryData(b), 8 * static_cast<unsigned int>(b.size())); }
