@@ -539,7 +539,7 @@ boost::optional<std::vector<char>> LoadFile(const std::string& path) {
   }
   // Read in chunks rather than by the reported size, which is 0 for files
   // that the kernel generates and wrong for files that are being replaced.
-  constexpr std::size_t chunkSize = 64 * 1024;
+  constexpr std::size_t chunkSize = std::size_t{64} * 1024;
   std::vector<char> content;
   do {
     const std::size_t filled = content.size();

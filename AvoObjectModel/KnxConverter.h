@@ -154,13 +154,15 @@ public:
   /// thread: every value check clones the whole catalogue and frees it again,
   /// and the general heap would be most of that check's cost. Each object is
   /// still a block of its own, owned and deleted like any other.
-  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size); // NOLINT(misc-new-delete-overloads): sized delete
   static void operator delete(void* block, std::size_t size) noexcept;
 
 protected:
   KnxConverter() = default;
   KnxConverter(const KnxConverter&) = default;
   KnxConverter& operator=(const KnxConverter&) = default;
+  KnxConverter(KnxConverter&&) = default;
+  KnxConverter& operator=(KnxConverter&&) = default;
 };
 
 namespace detail {

@@ -88,6 +88,7 @@ constexpr std::size_t SizeClassOf(std::size_t size) { return (size - 1) / kSizeS
 
 } // namespace
 
+// NOLINTNEXTLINE(misc-new-delete-overloads): the sized delete is the usual one here
 void* KnxConverter::operator new(std::size_t size) {
   const std::size_t sizeClass = SizeClassOf(size);
   if (sizeClass >= kSizeClasses) {

@@ -5,6 +5,7 @@
 #include "AvoObjectModel/KnxConverterCommon.h"
 
 #include <cstddef> // std::size_t
+#include <cstdint> // std::int8_t
 
 namespace Avo {
 namespace {
@@ -117,7 +118,7 @@ bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt,
                                                  const KnxStack::GroupValue& group,
                                                  VELVALUE& value) const {
   AVO_LOG_DPT_USED_FROM_KNX(dpt, group);
-  const signed char raw = group.GetAsSigned8();
+  const std::int8_t raw = group.GetAsSigned8();
   value.ivt = ivtInteger;
   value.lVal = raw;
   return true;

@@ -24,8 +24,7 @@
                                       << " grp.size=" << (group).GetDefinedSize()                  \
                                       << " grp.val=" << (group).GetRawData().ToString())
 
-namespace Avo {
-namespace detail {
+namespace Avo::detail {
 
 /// One byte per character from UTF-8 text, reading at `position` and moving
 /// past what was read. A two-byte sequence (lead byte 110xxxxx) gives its
@@ -51,5 +50,4 @@ inline void AppendAsUtf8(std::string& text, unsigned char character) {
   text += static_cast<char>(0x80U | (character & 0x3FU));
 }
 
-} // namespace detail
-} // namespace Avo
+} // namespace Avo::detail

@@ -103,7 +103,7 @@ struct VELTIME {
   /// Broken-down time: tm_year = year - 1900, tm_mon = month - 1, tm_mday, the
   /// time of day, tm_wday from the weekday mask (or computed from a valid date),
   /// tm_yday computed where the date is valid, tm_isdst = -1.
-  operator std::tm() const;
+  operator std::tm() const; // NOLINT(google-explicit-constructor): platform interface
   /// Sets the record from seconds since the epoch, in local time (localtime_r):
   /// hundredths 0, weekday from the day, timeOfDayOnly 0, isLocalTime and
   /// isValid true. A count that the local calendar cannot hold leaves the

@@ -2,7 +2,7 @@
 
 #include "KnxFloat16.h"
 
-#include <algorithm> // std::find, std::min
+#include <algorithm> // std::copy_n, std::find, std::min
 #include <cstring>   // std::memcpy
 #include <string>
 
@@ -49,6 +49,7 @@ int FullYear(unsigned int twoDigitYear) {
 
 } // namespace
 
+// NOLINTNEXTLINE(modernize-pass-by-value): the platform's signature
 GroupValue::GroupValue(const BinaryData& data, unsigned int bitSize)
     : m_data(data), m_definedSize(bitSize) {}
 
@@ -113,12 +114,12 @@ void GroupValue::SetAsUnsigned8(unsigned char value) {
 }
 
 void GroupValue::SetAsSigned8(signed char value) {
-  const std::uint8_t byte = static_cast<std::uint8_t>(value);
+  const auto byte = static_cast<std::uint8_t>(value);
   Store(&byte, 1, 8);
 }
 
 void GroupValue::SetAsChar(char value) {
-  const std::uint8_t byte = static_cast<std::uint8_t>(value);
+  const auto byte = static_cast<std::uint8_t>(value);
   Store(&byte, 1, 8);
 }
 
@@ -248,7 +249,7 @@ void GroupValue::GetAsTimeOfDay(int* hour, int* minute, int* second, DayOfWeek* 
 // 14 bytes: one byte per character, the unused tail filled with 0x00.
 void GroupValue::SetAsString14(const std::string& value) {
   std::uint8_t bytes[kString14Bytes] = {};
-  std::memcpy(bytes, value.data(), std::min<std::size_t>(value.size(), kString14Bytes));
+  std::copy_n(value.begin(), std::min<std::size_t>(value.size(), kString14Bytes), bytes);
   Store(bytes, kString14Bytes, 8 * kString14Bytes);
 }
 

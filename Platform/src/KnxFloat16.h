@@ -72,7 +72,7 @@ inline int BinaryExponent(double x) {
 /// smallest exponent; NaN and 32767.0 give 0x7FFF; values beyond the range
 /// saturate to 0x7FFE (670433.28) or 0xF800 (-671088.64).
 inline std::uint16_t EncodeKnxFloat16(double value) noexcept {
-  using namespace knxfloat16;
+  using namespace knxfloat16; // NOLINT(google-build-using-namespace): the codec's own constants
   const double scaled = value * 100.0;
   int exponent = 0;
   // Most values fit exponent 0; NaN fits none and is sorted out below.

@@ -206,7 +206,7 @@ LoggingRecursionPadding::LoggingRecursionPadding() { ++t_recursionDepth; }
 
 LoggingRecursionPadding::~LoggingRecursionPadding() { --t_recursionDepth; }
 
-std::string LoggingRecursionPadding::Current() { return std::string(2 * t_recursionDepth, ' '); }
+std::string LoggingRecursionPadding::Current() { return std::string(std::size_t{2} * t_recursionDepth, ' '); }
 
 std::string LogEntryFormatter::Format(const char* function, const char* file, int line,
                                       const std::string& text) {
@@ -227,6 +227,7 @@ struct LineWriter::Buffers {
   Buffers() : stream(&text) {}
   Buffers(const Buffers&) = delete;
   Buffers& operator=(const Buffers&) = delete;
+  ~Buffers() = default;
 
   // Empties the text and gives the stream the format of a new stream, so
   // that no manipulator of an earlier line carries over.

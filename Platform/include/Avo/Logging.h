@@ -125,7 +125,7 @@ private:
     const log4cplus::Logger& avoLogger_ = ::Avo::GetGlobalDefaultLogger();               \
     if (avoLogger_.isEnabledFor(level)) {                                                \
       ::Avo::detail::LineWriter avoLine_(avoLogger_, level, __func__, __FILE__, __LINE__); \
-      avoLine_.Stream() << streamed;                                                     \
+      avoLine_.Stream() << streamed; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
       avoLine_.Send();                                                                   \
     }                                                                                    \
   } while (false)
