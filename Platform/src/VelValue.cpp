@@ -110,11 +110,13 @@ std::string VelDP::GetNameFromValueSubType(VelValueSubType subType) {
 // Both constructors spell out what Clear(true) does (tmVal() zeroes every
 // field) rather than call through the library's symbol table: records are
 // built on every conversion.
-VELVALUE::VELVALUE() : ivt(ivtEmpty), tmVal(), strVal(), status(InitialStatus(ivtEmpty)) {
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): tmVal(), the widest, zeroes the union
+VELVALUE::VELVALUE() : ivt(ivtEmpty), tmVal(), status(InitialStatus(ivtEmpty)) {
   tmVal.isLocalTime = true;
 }
 
-VELVALUE::VELVALUE(VelValueType type) : ivt(type), tmVal(), strVal(), status(InitialStatus(type)) {
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): tmVal(), the widest, zeroes the union
+VELVALUE::VELVALUE(VelValueType type) : ivt(type), tmVal(), status(InitialStatus(type)) {
   tmVal.isLocalTime = true;
 }
 

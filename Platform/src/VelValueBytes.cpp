@@ -5,7 +5,8 @@
 
 #include "VelValueKinds.h"
 
-#include <cstring> // std::memcpy
+#include <algorithm> // std::copy
+#include <cstring>   // std::memcpy
 
 using VelValueInternal::FindValueType;
 using VelValueInternal::ValueKind;
@@ -112,7 +113,7 @@ bool WriteText(const std::string& bytes, unsigned char* buffer, unsigned int& si
     return false;
   }
   if (!bytes.empty()) {
-    std::memcpy(buffer, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), buffer);
   }
   size = static_cast<unsigned int>(bytes.size());
   return true;
