@@ -17,6 +17,7 @@ namespace Avo {
 /// stack. Every ...Async operation returns the request identifier that the
 /// device stack assigned (empty when the request could not be sent); its answer
 /// arrives later through the registered response handler.
+// NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): boost::noncopyable
 class RequestMessengerDeviceStack : private boost::noncopyable {
 public:
   using Properties =
@@ -54,6 +55,7 @@ public:
 /// RequestMessengerDeviceStack over a device stack client (not owned). It turns
 /// a VELVALUE into the text that the client sends, in the internal value format
 /// when that is switched on; everything else is forwarded unchanged.
+// NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): noncopyable base
 class RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
 public:
   /// The client must outlive the adapter.

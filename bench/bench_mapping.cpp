@@ -32,7 +32,7 @@ const std::vector<CoInput>& CoInputs() {
   static const std::vector<CoInput> inputs = [] {
     std::vector<CoInput> built;
     for (std::size_t i = 0; i < kInputs; ++i) {
-      built.push_back({static_cast<std::uint16_t>((i * 7) % 4100), LogicalDeviceId(1 + i % 2)});
+      built.push_back({static_cast<std::uint16_t>((i * 7) % 4100), LogicalDeviceId(1 + static_cast<int>(i % 2))});
     }
     return built;
   }();
@@ -46,7 +46,7 @@ const std::vector<ObjModelId>& Identifiers() {
     std::vector<ObjModelId> built;
     for (std::size_t i = 0; i < kInputs; ++i) {
       const ObjModelId block = 100000 * static_cast<ObjModelId>(1 + i % 2);
-      const ObjModelId offset = static_cast<ObjModelId>((i * 24593) % 100000);
+      const auto offset = static_cast<ObjModelId>((i * 24593) % 100000);
       built.push_back(block + offset);
     }
     return built;
@@ -132,7 +132,7 @@ void RegisterAll() {
 
   AvoBench::Register("KnxKelMapping/GetCoNumberFromObjModelId", [](benchmark::State& s) {
     OverIdentifiers(s, [](ObjModelId id) {
-      return KnxKelMapping::GetCoNumberFromObjModelId(id, LogicalDeviceId(1 + id / 100000 % 2));
+      return KnxKelMapping::GetCoNumberFromObjModelId(id, LogicalDeviceId(1 + static_cast<int>(id / 100000 % 2)));
     });
   });
   AvoBench::RegisterFloor("KnxKelMapping/GetCoNumberFromObjModelId", [](benchmark::State& s) {
@@ -155,7 +155,7 @@ void RegisterAll() {
 
   AvoBench::Register("KnxKelMapping/GetParameterTypeFromObjModelId", [](benchmark::State& s) {
     OverIdentifiers(s, [](ObjModelId id) {
-      return KnxKelMapping::GetParameterTypeFromObjModelId(id, LogicalDeviceId(1 + id / 100000 % 2));
+      return KnxKelMapping::GetParameterTypeFromObjModelId(id, LogicalDeviceId(1 + static_cast<int>(id / 100000 % 2)));
     });
   });
 

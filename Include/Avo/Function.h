@@ -40,6 +40,7 @@ private:
   template <class F>
   struct Target final : Callable {
     template <class G>
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): a Target is never copied
     explicit Target(G&& g) : f(std::forward<G>(g)) {}
     R Call(Args... args) override { return f(std::forward<Args>(args)...); }
     F f;
