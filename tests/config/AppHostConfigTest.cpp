@@ -65,7 +65,7 @@ public:
 
 class AppHostConfigFile : public ::testing::Test {
 protected:
-  ~AppHostConfigFile() override { std::remove(m_path.c_str()); }
+  void TearDown() override { static_cast<void>(std::remove(m_path.c_str())); }
   // The settings that loading a file of these bytes leaves, debug mode set
   // before as given, and what it threw.
   std::string Load(const std::string& bytes, bool debugMode = false) {

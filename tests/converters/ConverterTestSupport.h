@@ -87,7 +87,8 @@ inline void Check(const std::vector<Row>& rows) {
   for (const Row& row : rows) {
     const std::unique_ptr<const KnxConverter> clone(std::unique_ptr<KnxConverter>(row.converter.Clone())->Clone());
     const std::string name = DescribeKnxConverter(row.converter).className; // the type mangled is Avo::<name>
-    ASSERT_EQ(typeid(*clone).name(), "N3Avo" + std::to_string(name.size()) + name + "E");
+    const KnxConverter& cloned = *clone;
+    ASSERT_EQ(typeid(cloned).name(), "N3Avo" + std::to_string(name.size()) + name + "E");
     SCOPED_TRACE(row.dpt.ToString() + " " + row.value.ToString() + " " + Raw(row.bytes).GetRawData().ToString());
     if ((row.way & To) != 0) {
       KnxStack::GroupValue group = Raw(kUntouched);
@@ -107,7 +108,7 @@ inline void Check(const std::vector<Row>& rows) {
         IsA<KnxConverterInteger24BitUnsigned, KnxConverterDate, KnxConverterTimeOfDay, KnxConverterDateTime>(*clone);
     for (std::size_t size = 0; (row.way & From) != 0 && row.error.empty() && size < row.bytes.size();
          size += std::max<std::size_t>(1, row.bytes.size() - 1)) {
-      const KnxStack::GroupValue group = Raw(Bytes(row.bytes.begin(), row.bytes.begin() + size));
+      const KnxStack::GroupValue group = Raw(Bytes(row.bytes.begin(), row.bytes.begin() + static_cast<std::ptrdiff_t>(size)));
       VELVALUE value;
       if (checksLength) {
         CheckRead(*clone, row, group, "The group value of DPT=" + row.dpt.ToString() + " is too short: " +
