@@ -6,6 +6,7 @@
 #include "Avo/Logging.h"
 
 #include <boost/asio/error.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <cerrno>
@@ -129,16 +130,34 @@ void Server::Accept() {
   });
 }
 
-HandledRequest Server::Handle(const Protocol::Request& request, ConnectionFormat& format) {
+void Server::Handle(const Protocol::Request& request, ConnectionFormat& format, Reply reply) {
   HandledRequest handled = m_handler.Handle(request, format);
-  if (handled.changed && !Save()) {
-    // The change stays in memory and reaches the file with the next save
-    // that succeeds; it is not acknowledged now.
-    handled.answer.error = {Protocol::ErrorCode::NotSaved, "Not saved",
-                            Protocol::KindName(handled.answer.kind),
-                            "The change could not be saved to the state file"};
+  if (!handled.changed && m_waitingForSave.empty()) {
+    reply(handled.answer);
+    return;
   }
-  return handled;
+  if (m_waitingForSave.empty()) {
+    // Runs after the handlers that are ready now, so that the changes of
+    // other clients that arrived meanwhile share this save.
+    asio::post(m_io, [this] { SaveAndAnswer(); });
+  }
+  m_waitingForSave.push_back({std::move(handled.answer), handled.changed, std::move(reply)});
+}
+
+void Server::SaveAndAnswer() {
+  std::vector<WaitingAnswer> waiting;
+  waiting.swap(m_waitingForSave);
+  const bool saved = Save();
+  for (WaitingAnswer& entry : waiting) {
+    if (entry.changed && !saved) {
+      // The change stays in memory and reaches the file with the next save
+      // that succeeds; it is not acknowledged now.
+      entry.answer.error = {Protocol::ErrorCode::NotSaved, "Not saved",
+                            Protocol::KindName(entry.answer.kind),
+                            "The change could not be saved to the state file"};
+    }
+    entry.reply(entry.answer);
+  }
 }
 
 bool Server::Save() {
