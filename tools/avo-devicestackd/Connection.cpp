@@ -75,6 +75,10 @@ void Connection::OnFrame(const boost::system::error_code& error, std::size_t /*b
 void Connection::HandleFrame() {
   const Protocol::Decoded<Protocol::Request> request =
       Protocol::DecodeRequest(m_frame.data(), m_frame.size());
+  // A connection keeps no large buffer after one large frame.
+  if (m_frame.capacity() > RetainedFrameCapacity) {
+    std::vector<std::uint8_t>().swap(m_frame);
+  }
   if (!request) {
     // Without a readable header (a wrong magic) the peer does not speak this
     // protocol: what it sends next cannot be trusted to be framed.

@@ -10,6 +10,7 @@
 #include <boost/system/system_error.hpp>
 
 #include <cerrno>
+#include <chrono>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -68,7 +69,7 @@ private:
 Server::Server(asio::io_context& io, std::string socketPath, std::string statePath,
                Polt::DeviceStackObjectModel model)
     : m_io(io), m_socketPath(std::move(socketPath)), m_statePath(std::move(statePath)),
-      m_model(std::move(model)), m_handler(m_model), m_acceptor(io) {
+      m_model(std::move(model)), m_handler(m_model), m_acceptor(io), m_acceptPause(io) {
   ClearStaleSocket(io, m_socketPath);
   try {
     const stream_protocol::endpoint endpoint(m_socketPath);
@@ -103,6 +104,7 @@ void Server::Stop() {
   m_stopped = true;
   boost::system::error_code ignored;
   m_acceptor.close(ignored);
+  m_acceptPause.cancel();
   for (auto& connection : m_connections) {
     connection.second->Close();
   }
@@ -112,21 +114,27 @@ void Server::Stop() {
 void Server::Accept() {
   m_acceptor.async_accept([this](const boost::system::error_code& error,
                                  stream_protocol::socket socket) {
+    if (m_stopped || error == asio::error::operation_aborted) {
+      return;
+    }
     if (error) {
-      if (error == asio::error::operation_aborted) {
-        return;
-      }
-      // Running out of descriptors ends one accept, not the service.
+      // Out of descriptors, typically: this ends one accept, not the service.
+      // The pause keeps a lasting failure from spinning; connected clients are
+      // served meanwhile.
       AVO_LOG_WARN("Accepting a client failed: " << error.message());
-    } else {
-      const std::uint64_t id = ++m_lastConnectionId;
-      auto connection = std::make_shared<Connection>(*this, id, std::move(socket));
-      m_connections.emplace(id, connection);
-      connection->Start();
+      m_acceptPause.expires_after(std::chrono::milliseconds(100));
+      m_acceptPause.async_wait([this](const boost::system::error_code& cancelled) {
+        if (!cancelled && !m_stopped) {
+          Accept();
+        }
+      });
+      return;
     }
-    if (!m_stopped) {
-      Accept();
-    }
+    const std::uint64_t id = ++m_lastConnectionId;
+    auto connection = std::make_shared<Connection>(*this, id, std::move(socket));
+    m_connections.emplace(id, connection);
+    connection->Start();
+    Accept();
   });
 }
 

@@ -11,6 +11,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 #include <cstdint>
 #include <functional>
@@ -68,6 +69,7 @@ private:
   Polt::DeviceStackObjectModel m_model;
   RequestHandler m_handler;
   boost::asio::local::stream_protocol::acceptor m_acceptor;
+  boost::asio::steady_timer m_acceptPause;
   std::map<std::uint64_t, std::shared_ptr<Connection>> m_connections;
   std::vector<WaitingAnswer> m_waitingForSave;
   std::uint64_t m_lastConnectionId = 0;
