@@ -62,6 +62,7 @@ TEST(MessengerStress, EveryRequestGetsItsOwnReplyOrADefaultDocket) {
 
   std::atomic<int> unanswered{0}, errors{0};
   std::vector<std::future<void>> callers;
+  callers.reserve(CallerThreads);
   for (int t = 0; t < CallerThreads; ++t) {
     callers.push_back(std::async(std::launch::async, [&, t] {
       for (int i = 0; i < RequestsPerThread; ++i) {

@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 
 TEST(Logging, LineIsContextFunctionFileAndLineThenPaddingAndText) {
   ScopedLogCapture capture;
-  const int line = __LINE__ + 1;
+  constexpr int line = __LINE__ + 1;
   AVO_LOG_ERROR("No Entry found for DPT = " << 9 << "." << 1);
   Avo::SetLoggingContext("apphost");
   {
@@ -26,7 +26,7 @@ TEST(Logging, LineIsContextFunctionFileAndLineThenPaddingAndText) {
   }
   AVO_LOG_INFO("outer");
   Avo::SetLoggingContext("");
-  const auto at = [line](int offset) {
+  const auto at = [](int offset) {
     return "TestBody (LoggingTest.cpp:" + std::to_string(line + offset) + ") - ";
   };
   const auto lines = capture.Lines();
@@ -54,14 +54,14 @@ TEST(Logging, ThresholdDropsLowerLevelsAndSkipsTheirFormatting) {
 // A value whose output operator logs a line of its own while its own line
 // is being streamed.
 struct Chatty {
-  friend std::ostream& operator<<(std::ostream& os, const Chatty&) {
+  friend std::ostream& operator<<(std::ostream& os, const Chatty& /*chatty*/) {
     AVO_LOG_INFO("inner " << std::hex << 255);
     return os << "chatty";
   }
 };
 
 struct Throwing {
-  friend std::ostream& operator<<(std::ostream& os, const Throwing&) {
+  friend std::ostream& operator<<(std::ostream& os, const Throwing& /*throwing*/) {
     os << "half";
     throw std::runtime_error("no text");
   }

@@ -39,7 +39,7 @@ std::string Hex(const Bytes& bytes) {
   std::string text;
   for (const std::uint8_t byte : bytes) {
     char pair[3];
-    std::snprintf(pair, sizeof pair, "%02X", byte);
+    static_cast<void>(std::snprintf(pair, sizeof pair, "%02X", byte));
     text += pair;
   }
   return text;

@@ -11,7 +11,7 @@
 namespace AvoTest {
 
 inline VELVALUE Typed(VelValueType type) { VELVALUE value; value.ivt = type; return value; }
-inline KnxStack::GroupValue Group(std::vector<std::uint8_t> b, unsigned bits) { return {KnxStack::BinaryData(b), bits}; }
+inline KnxStack::GroupValue Group(const std::vector<std::uint8_t>& b, unsigned bits) { return {KnxStack::BinaryData(b), bits}; }
 
 /// Initialised twice: Init clears the map first and rebuilds the same rows.
 inline const Avo::KnxValueConverter& Initialised() {
