@@ -19,7 +19,9 @@ VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::ui
 /// no value: only read (the 2.x, 3.x and 18.x converters refuse their row's
 /// own type on the way out).
 struct Sample { KNXDPT dpt; VELVALUE value; std::vector<std::uint8_t> bytes; VELVALUE back; };
-Sample Same(KNXDPT dpt, VELVALUE value, std::vector<std::uint8_t> bytes) { return {dpt, value, std::move(bytes), value}; }
+Sample Same(KNXDPT dpt, const VELVALUE& value, std::vector<std::uint8_t> bytes) {
+  return {dpt, value, std::move(bytes), value};
+}
 
 // clang-format off
 const std::vector<Sample> kSamples = [] {

@@ -70,7 +70,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
   std::vector<std::string> rest = args;
   const Command* command = &DemoCommand();
   if (index) {
-    const std::string name = args[*index];
+    const std::string& name = args[*index];
     rest.erase(rest.begin() + static_cast<std::ptrdiff_t>(*index));
     if (name == "help") {
       const Command* topic = rest.empty() ? nullptr : FindCommand(rest.front());

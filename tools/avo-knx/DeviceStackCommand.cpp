@@ -213,7 +213,7 @@ public:
   Session& operator=(const Session&) = delete;
 
   Avo::Docket Send(const Request& request) {
-    const Avo::Docket docket = SendRequest(request);
+    Avo::Docket docket = SendRequest(request);
     // Late and repeated answers log too: let them arrive before the docket is shown.
     m_deviceStack.WaitUntilIdle(kSettleTime);
     return docket;

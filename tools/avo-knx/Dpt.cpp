@@ -38,10 +38,12 @@ Dpt ParseDpt(const std::string& text) {
 std::string FormatDpt(const Dpt& dpt) {
   char text[16];
   if (dpt.subNumber == 0) {
-    std::snprintf(text, sizeof text, "%u.x", static_cast<unsigned>(dpt.mainNumber));
+    static_cast<void>(
+        std::snprintf(text, sizeof text, "%u.x", static_cast<unsigned>(dpt.mainNumber)));
   } else {
-    std::snprintf(text, sizeof text, "%u.%03u", static_cast<unsigned>(dpt.mainNumber),
-                  static_cast<unsigned>(dpt.subNumber));
+    static_cast<void>(std::snprintf(text, sizeof text, "%u.%03u",
+                                    static_cast<unsigned>(dpt.mainNumber),
+                                    static_cast<unsigned>(dpt.subNumber)));
   }
   return text;
 }

@@ -23,7 +23,8 @@ void AppendEscaped(std::string& out, unsigned char character) {
   }
   if (character < 0x20 || character == 0x7F) {
     char escape[8];
-    std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned>(character));
+    static_cast<void>(
+        std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned>(character)));
     out += escape;
   } else {
     out += static_cast<char>(character);

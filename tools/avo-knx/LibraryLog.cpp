@@ -18,6 +18,9 @@ namespace AvoKnx {
 
 class LibraryLog::Collector : public log4cplus::Appender {
 public:
+  Collector() = default;
+  Collector(const Collector&) = delete;
+  Collector& operator=(const Collector&) = delete;
   ~Collector() override { destructorImpl(); }
   void close() override {}
 
