@@ -59,8 +59,9 @@ constexpr std::array<TypeSyntax, 26> kTypeSyntaxes = {{
 }};
 
 const TypeSyntax* FindTypeSyntax(VelValueType type) {
-  const auto found = std::find_if(kTypeSyntaxes.begin(), kTypeSyntaxes.end(),
-                                  [type](const TypeSyntax& entry) { return entry.type == type; });
+  const auto* const found =
+      std::find_if(kTypeSyntaxes.begin(), kTypeSyntaxes.end(),
+                   [type](const TypeSyntax& entry) { return entry.type == type; });
   return found != kTypeSyntaxes.end() ? &*found : nullptr;
 }
 
@@ -255,15 +256,17 @@ std::string FormatDouble(double number) {
 
 std::string FormatClock(const VELTIME& time) {
   char text[16];
-  std::snprintf(text, sizeof text, "%02u:%02u:%02u", static_cast<unsigned>(time.hour),
-                static_cast<unsigned>(time.minute), static_cast<unsigned>(time.second));
+  static_cast<void>(
+      std::snprintf(text, sizeof text, "%02u:%02u:%02u", static_cast<unsigned>(time.hour),
+                    static_cast<unsigned>(time.minute), static_cast<unsigned>(time.second)));
   return text;
 }
 
 std::string FormatDate(const VELTIME& time) {
   char text[24];
-  std::snprintf(text, sizeof text, "%04u-%02u-%02u", static_cast<unsigned>(time.year),
-                static_cast<unsigned>(time.month), static_cast<unsigned>(time.day));
+  static_cast<void>(
+      std::snprintf(text, sizeof text, "%04u-%02u-%02u", static_cast<unsigned>(time.year),
+                    static_cast<unsigned>(time.month), static_cast<unsigned>(time.day)));
   return text;
 }
 
