@@ -44,7 +44,7 @@ private:
   std::int32_t m_internalMaximum;
   std::int32_t m_externalMinimum;
   std::int32_t m_externalMaximum;
-  double m_scaleFactor;
+  double m_scaleFactor = 1.0;
 };
 
 /// Two pairs of signed 64-bit bounds (for the unsigned 24- and 32-bit values).
@@ -70,7 +70,7 @@ private:
   std::int64_t m_internalMaximum;
   std::int64_t m_externalMinimum;
   std::int64_t m_externalMaximum;
-  double m_scaleFactor;
+  double m_scaleFactor = 1.0;
 };
 
 /// A double range on the value side and a signed 32-bit range on the bus side.
@@ -98,7 +98,7 @@ private:
   double m_doubleMaximum;
   std::int32_t m_integerMinimum;
   std::int32_t m_integerMaximum;
-  double m_scaleFactor;
+  double m_scaleFactor = 1.0;
 };
 
 /// Two pairs of double bounds; the only range that orders its bounds.
@@ -123,7 +123,7 @@ private:
   double m_doubleMaximum;
   double m_externalMinimum;
   double m_externalMaximum;
-  double m_scaleFactor;
+  double m_scaleFactor = 1.0;
 };
 
 std::ostream& operator<<(std::ostream& os, const IntegerRange& range);

@@ -66,7 +66,7 @@ std::string RangeText(const Range& range) {
 IntegerRange::IntegerRange(std::int32_t internalMinimum, std::int32_t internalMaximum,
                            std::int32_t externalMinimum, std::int32_t externalMaximum)
     : m_internalMinimum(internalMinimum), m_internalMaximum(internalMaximum),
-      m_externalMinimum(externalMinimum), m_externalMaximum(externalMaximum), m_scaleFactor(1.0) {
+      m_externalMinimum(externalMinimum), m_externalMaximum(externalMaximum) {
   CalculateScaleFactor();
 }
 
@@ -87,7 +87,7 @@ std::ostream& operator<<(std::ostream& os, const IntegerRange& range) {
 LongIntegerRange::LongIntegerRange(std::int64_t internalMinimum, std::int64_t internalMaximum,
                                    std::int64_t externalMinimum, std::int64_t externalMaximum)
     : m_internalMinimum(internalMinimum), m_internalMaximum(internalMaximum),
-      m_externalMinimum(externalMinimum), m_externalMaximum(externalMaximum), m_scaleFactor(1.0) {
+      m_externalMinimum(externalMinimum), m_externalMaximum(externalMaximum) {
   CalculateScaleFactor();
 }
 
@@ -112,7 +112,7 @@ FloatIntegerRange::FloatIntegerRange()
 FloatIntegerRange::FloatIntegerRange(double doubleMinimum, double doubleMaximum,
                                      std::int32_t integerMinimum, std::int32_t integerMaximum)
     : m_doubleMinimum(doubleMinimum), m_doubleMaximum(doubleMaximum),
-      m_integerMinimum(integerMinimum), m_integerMaximum(integerMaximum), m_scaleFactor(1.0) {
+      m_integerMinimum(integerMinimum), m_integerMaximum(integerMaximum) {
   CalculateScaleFactor();
 }
 
@@ -152,7 +152,7 @@ std::ostream& operator<<(std::ostream& os, const FloatIntegerRange& range) {
 FloatRange::FloatRange(double doubleMinimum, double doubleMaximum, double externalMinimum,
                        double externalMaximum)
     : m_doubleMinimum(doubleMinimum), m_doubleMaximum(doubleMaximum),
-      m_externalMinimum(externalMinimum), m_externalMaximum(externalMaximum), m_scaleFactor(1.0) {
+      m_externalMinimum(externalMinimum), m_externalMaximum(externalMaximum) {
   CalculateScaleFactor();
 }
 

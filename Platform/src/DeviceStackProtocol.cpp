@@ -3,8 +3,7 @@
 #include <stdexcept> // std::length_error
 #include <type_traits>
 
-namespace Polt {
-namespace DeviceStackProtocol {
+namespace Polt::DeviceStackProtocol {
 namespace {
 
 // --- writing ---------------------------------------------------------------
@@ -195,7 +194,7 @@ private:
 };
 
 DecodeError Malformed(std::string message, std::optional<FrameHeader> header) {
-  return DecodeError{ErrorCode::MalformedFrame, std::move(message), std::move(header)};
+  return DecodeError{ErrorCode::MalformedFrame, std::move(message), header};
 }
 
 bool IsKnownRequestKind(MessageKind kind) {
@@ -460,5 +459,4 @@ Decoded<Answer> DecodeAnswer(const std::uint8_t* frame, std::size_t size) {
   return answer;
 }
 
-} // namespace DeviceStackProtocol
-} // namespace Polt
+} // namespace Polt::DeviceStackProtocol

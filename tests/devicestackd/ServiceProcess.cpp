@@ -61,6 +61,8 @@ ServiceProcess::ServiceProcess(std::vector<std::string> extraArguments, bool sta
   }
 }
 
+// A kill that fails ends the test program: better than a service left running.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 ServiceProcess::~ServiceProcess() {
   if (IsRunning()) {
     Kill();
@@ -78,6 +80,7 @@ void ServiceProcess::Start() {
     throw std::logic_error("the service is running already");
   }
   std::vector<std::string> arguments;
+  // NOLINTNEXTLINE(readability-redundant-string-init): empty in native builds only
   const std::string emulator = AVO_DEVICESTACKD_EMULATOR;
   if (!emulator.empty()) {
     arguments.push_back(emulator);
@@ -85,6 +88,7 @@ void ServiceProcess::Start() {
   arguments.insert(arguments.end(), {Executable(), "--socket", m_socketPath, "--state", m_statePath});
   arguments.insert(arguments.end(), m_extraArguments.begin(), m_extraArguments.end());
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) {
     argv.push_back(argument.data());
   }

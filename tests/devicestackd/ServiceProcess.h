@@ -27,7 +27,7 @@ public:
   /// arguments (e.g. {"--seed", path}). Throws std::runtime_error when the
   /// service does not accept within the deadline.
   explicit ServiceProcess(std::vector<std::string> extraArguments = {}, bool start = true);
-  ~ServiceProcess();
+  ~ServiceProcess(); // NOLINT(bugprone-exception-escape): see its definition
   ServiceProcess(const ServiceProcess&) = delete;
   ServiceProcess& operator=(const ServiceProcess&) = delete;
 

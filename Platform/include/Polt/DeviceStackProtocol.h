@@ -17,8 +17,7 @@
 #include <variant>
 #include <vector>
 
-namespace Polt {
-namespace DeviceStackProtocol {
+namespace Polt::DeviceStackProtocol {
 
 /// "AVDS", the first four bytes of every frame header.
 constexpr std::uint32_t Magic = 0x41564453U;
@@ -29,7 +28,7 @@ constexpr std::size_t LengthPrefixSize = 4;
 /// Bytes of the header: magic (4), version (1), kind (1), flags (2), request id (8).
 constexpr std::size_t HeaderSize = 16;
 /// The largest frame (header and body, without the prefix) either side accepts.
-constexpr std::size_t MaxFrameSize = 1024U * 1024U;
+constexpr std::size_t MaxFrameSize = std::size_t{1024} * 1024U;
 
 /// Header flag: the frame is an answer (set by the service, clear in requests).
 constexpr std::uint16_t AnswerFlag = 0x0001U;
@@ -211,5 +210,4 @@ Decoded<Request> DecodeRequest(const std::uint8_t* frame, std::size_t size);
 /// Decodes an answer frame (header and body, without the prefix).
 Decoded<Answer> DecodeAnswer(const std::uint8_t* frame, std::size_t size);
 
-} // namespace DeviceStackProtocol
-} // namespace Polt
+} // namespace Polt::DeviceStackProtocol
