@@ -219,12 +219,14 @@ TEST(DeviceStackService, ServesSixtyFourClientsAtOnce) {
 
   // Every client connects before any sends: 64 connections at once.
   std::vector<std::unique_ptr<TestClient>> clients;
+  clients.reserve(Clients);
   for (int i = 0; i < Clients; ++i) {
     clients.push_back(std::make_unique<TestClient>(service.Connect()));
   }
   std::mutex mutex;
   std::vector<std::string> failures;
   std::vector<std::thread> threads;
+  threads.reserve(Clients);
   for (int i = 0; i < Clients; ++i) {
     threads.emplace_back([&, i] {
       const std::uint32_t object = Lamp + 2 * static_cast<std::uint32_t>(i);
@@ -235,7 +237,7 @@ TEST(DeviceStackService, ServesSixtyFourClientsAtOnce) {
           const Protocol::Answer set = client.Ask(SetValue(2 * round + 1, object, value));
           const Protocol::Answer get = client.Ask(GetValue(2 * round + 2, object));
           if (set.error.code != 0 || set.text != value || get.text != value ||
-              get.requestId != static_cast<std::uint64_t>(2 * round + 2)) {
+              get.requestId != 2 * static_cast<std::uint64_t>(round) + 2) {
             std::lock_guard<std::mutex> lock(mutex);
             failures.push_back("client " + std::to_string(i) + ": got '" + get.text + "' for '" +
                                value + "'");

@@ -25,6 +25,7 @@ void TestClient::Close() {
   }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): writes to the client's socket
 void TestClient::Send(const std::vector<std::uint8_t>& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {

@@ -91,7 +91,7 @@ public:
     m_result.changed = true;
   }
 
-  void operator()(const Protocol::GetDeviceConfigRequest&) {
+  void operator()(const Protocol::GetDeviceConfigRequest& /*request*/) {
     m_result.answer.text = m_model.GetDeviceConfigText();
   }
 

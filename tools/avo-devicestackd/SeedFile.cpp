@@ -21,6 +21,7 @@ Polt::DeviceStackObjectModel ReadSeed(const std::string& path) {
       continue;
     }
     auto fail = [&](const std::string& what) {
+      // NOLINTNEXTLINE(performance-inefficient-string-concatenation): built once, on failure
       return SeedError("seed file '" + path + "' line " + std::to_string(number) + ": " + what);
     };
     FieldReader in(line);

@@ -89,6 +89,8 @@ Server::Server(asio::io_context& io, std::string socketPath, std::string statePa
   }
 }
 
+// A failure to stop ends the service.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 Server::~Server() { Stop(); }
 
 void Server::Start() {

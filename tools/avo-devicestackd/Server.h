@@ -33,7 +33,7 @@ public:
   /// An empty statePath keeps the object model in memory only.
   Server(boost::asio::io_context& io, std::string socketPath, std::string statePath,
          Polt::DeviceStackObjectModel model);
-  ~Server();
+  ~Server(); // NOLINT(bugprone-exception-escape): see its definition
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 

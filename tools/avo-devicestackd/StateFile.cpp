@@ -254,7 +254,7 @@ std::string MoveStateAside(const std::string& path) {
   std::tm utc{};
   gmtime_r(&now, &utc);
   char stamp[32];
-  std::strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", &utc);
+  static_cast<void>(std::strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", &utc));
   std::string aside = path + ".corrupt-" + stamp;
   for (int counter = 1; std::filesystem::exists(aside); ++counter) {
     aside = path + ".corrupt-" + stamp + "-" + std::to_string(counter);

@@ -9,7 +9,7 @@ namespace DeviceStackd {
 
 /// The longest value text accepted: keeps every value answer far below the
 /// frame size limit (KNX values are a few bytes long).
-constexpr std::size_t MaxValueTextSize = 64U * 1024U;
+constexpr std::size_t MaxValueTextSize = std::size_t{64} * 1024U;
 
 /// The form in which a value is kept: the internal form of the value the text
 /// reads as (lossless, status always written). Nothing when the text is not in

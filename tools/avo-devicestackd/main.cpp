@@ -73,7 +73,7 @@ void StopOnSignal(DeviceStackd::Server& server, int signal) {
 int Serve(const DeviceStackd::Options& options) {
   // A client that goes away while an answer is written is a failed write,
   // not the end of the service.
-  std::signal(SIGPIPE, SIG_IGN);
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   boost::asio::io_context io(1);
   DeviceStackd::Server server(io, options.socketPath, options.statePath, InitialModel(options));
   boost::asio::signal_set signals(io, SIGTERM, SIGINT);
