@@ -171,8 +171,10 @@ struct DecodeError {
 template <class T>
 class Decoded {
 public:
-  Decoded(T value) : m_result(std::move(value)) {}            // NOLINT: implicit by design
-  Decoded(DecodeError error) : m_result(std::move(error)) {}  // NOLINT: implicit by design
+  // NOLINTNEXTLINE(google-explicit-constructor): implicit by design
+  Decoded(T value) : m_result(std::move(value)) {}
+  // NOLINTNEXTLINE(google-explicit-constructor): implicit by design
+  Decoded(DecodeError error) : m_result(std::move(error)) {}
 
   /// True when a value was decoded.
   bool IsOk() const { return m_result.index() == 0; }
