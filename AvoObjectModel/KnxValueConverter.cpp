@@ -35,7 +35,7 @@ bool DptValueMap::Insert(DptValueEntry&& entry) {
   return true;
 }
 
-const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search) const {
+const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search /*search*/) const {
   const DptValueEntry* const begin = m_entries.data();
   const DptValueEntry* const end = begin + m_entries.size();
   const std::uint16_t mainNumber = dpt.mainNumber;
@@ -43,8 +43,8 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search) const {
   // The first row of the main number (its main.x row when there is one), or
   // a row of another main number or the end when it has none; and the place
   // of the exact row.
-  const DptValueEntry* first;
-  const DptValueEntry* exact;
+  const DptValueEntry* first = nullptr;
+  const DptValueEntry* exact = nullptr;
   if (m_catalogueIndex != nullptr && mainNumber < kIndexedMainNumbers) {
     const std::uint8_t position = (*m_catalogueIndex)[mainNumber];
     first = position != kNoRow ? begin + position : end;
@@ -62,6 +62,7 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search) const {
     for (int steps = 0; first != begin && (first - 1)->GetDpt().mainNumber == mainNumber;
          ++steps) {
       if (steps == 8) {
+        // NOLINTNEXTLINE(readability-suspicious-call-argument): `first` is the end here
         first = std::lower_bound(begin, first, KeyOf(KNXDPT(0, mainNumber, 0)), RowBelow());
         break;
       }

@@ -161,7 +161,7 @@ private:
   struct Search {};
   /// GetEntry by searching the rows, for the lookups that the index does not
   /// answer; it logs the failed ones (under the name GetEntry).
-  const DptValueEntry& GetEntry(const KNXDPT& dpt, Search) const;
+  const DptValueEntry& GetEntry(const KNXDPT& dpt, Search /*search*/) const;
 
   /// The ordering key: main number, then sub number.
   static std::uint32_t KeyOf(const KNXDPT& dpt) {

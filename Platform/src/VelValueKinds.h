@@ -30,7 +30,7 @@ enum class ValueKind {
 };
 
 /// One known type tag.
-struct ValueTypeInfo { // NOLINT(clang-analyzer-optin.performance.Padding): a small table
+struct ValueTypeInfo {
   VelValueType type;
   const char* name;
   ValueKind kind;
