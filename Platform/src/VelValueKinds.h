@@ -10,8 +10,8 @@
 
 // Internal to the library: not exported, so calls between its files stay
 // direct.
-// NOLINTNEXTLINE(modernize-concat-nested-namespaces): not nested; the attribute misleads the check
-namespace [[gnu::visibility("hidden")]] VelValueInternal {
+#pragma GCC visibility push(hidden)
+namespace VelValueInternal {
 
 /// Which member of a VELVALUE holds the value of a type, and how.
 enum class ValueKind {
@@ -52,3 +52,4 @@ void AppendValueBody(std::string& out, const VELVALUE& value, ValueKind kind);
 void AppendDecimal(std::string& out, std::int64_t number);
 
 } // namespace VelValueInternal
+#pragma GCC visibility pop
