@@ -19,11 +19,12 @@
 #                    header on its own
 cmake_minimum_required(VERSION 3.25)
 
+# Runs a command quietly; its output is shown when it fails.
 function(run what)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(NOT status EQUAL 0)
     list(JOIN ARGN " " command)
-    message(FATAL_ERROR "${what} failed (${status}): ${command}")
+    message(FATAL_ERROR "${what} failed (${status}): ${command}\n${output}")
   endif()
 endfunction()
 
