@@ -18,8 +18,10 @@ set(AVO_PACKAGE_COMPONENTS runtime development tool)
 get_cmake_property(avo_install_components COMPONENTS)
 list(REMOVE_ITEM avo_install_components ${AVO_PACKAGE_COMPONENTS})
 if(avo_install_components)
-  message(FATAL_ERROR "Install rules of components that no package holds: "
-    "${avo_install_components}. Give each install() a COMPONENT of: ${AVO_PACKAGE_COMPONENTS}.")
+  list(JOIN avo_install_components ", " unpackaged)
+  list(JOIN AVO_PACKAGE_COMPONENTS ", " packaged)
+  message(FATAL_ERROR "Install rules of components that no package holds: ${unpackaged}. "
+    "Give each install() a COMPONENT of: ${packaged}.")
 endif()
 
 # Debian's architecture name of the target (amd64, armhf, ...), from its
