@@ -117,7 +117,8 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION
   "Command-line tools of the KNX object-model library
 avo-knx encodes and decodes KNX group values, describes object-model
 identifiers, reads app host configurations and exchanges requests with a
-simulated device stack.")
+simulated device stack. avo-devicestackd is a local device stack service on a
+Unix domain socket, for developing and running apps off the device.")
 
 # Read by cpack when it starts. dpkg-shlibdeps must look at the target's
 # libraries and use its objdump, also when the packages are cross-built.
