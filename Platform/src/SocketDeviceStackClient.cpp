@@ -522,11 +522,12 @@ private:
     m_inHandler = false;
     ++m_handlerCallsFinished;
     ++m_counters.deliveredAnswers;
-    if (!completed) {
-      ++m_counters.handlerExceptions;
-    }
     lock.unlock();
     m_handlerReturned.notify_all();
+    if (!completed) {
+      ++m_counters.handlerExceptions;
+      AVO_LOG_ERROR("The response handler threw on the answer to request " << answer.requestId);
+    }
   }
 
   const SocketDeviceStackClientOptions m_options;

@@ -93,17 +93,12 @@ long UnixStreamConnection::Receive(char* buffer, std::size_t size) {
 }
 
 void UnixStreamConnection::Shutdown() {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
-  if (!m_shutDown) {
-    m_shutDown = true;
+  if (!m_shutDown.exchange(true)) {
     ::shutdown(m_descriptor, SHUT_RDWR);
   }
 }
 
-bool UnixStreamConnection::IsShutDown() const {
-  const std::lock_guard<std::mutex> lock(m_stateMutex);
-  return m_shutDown;
-}
+bool UnixStreamConnection::IsShutDown() const { return m_shutDown; }
 
 } // namespace Detail
 } // namespace Polt

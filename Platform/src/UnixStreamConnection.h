@@ -3,6 +3,7 @@
 // writes from many threads, reads from one, and a shutdown that wakes the
 // reader from any thread without the descriptor being reused under it.
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -51,8 +52,7 @@ private:
 
   const int m_descriptor;
   std::mutex m_writeMutex;
-  mutable std::mutex m_stateMutex;
-  bool m_shutDown = false;
+  std::atomic<bool> m_shutDown{false};
 };
 
 } // namespace Detail
