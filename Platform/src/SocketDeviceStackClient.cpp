@@ -47,8 +47,10 @@ bool IsSynchronous(Protocol::MessageKind kind) {
 // Object identifiers travel as 32 bits; where unsigned long is wider, a larger
 // one names no object and cannot be sent.
 std::optional<std::uint32_t> WireObjectId(unsigned long id) {
-  if (id > std::numeric_limits<std::uint32_t>::max()) {
-    return std::nullopt;
+  if constexpr (sizeof(unsigned long) > sizeof(std::uint32_t)) {
+    if (id > std::numeric_limits<std::uint32_t>::max()) {
+      return std::nullopt;
+    }
   }
   return static_cast<std::uint32_t>(id);
 }

@@ -11,6 +11,9 @@
 #include <fstream>
 #include <functional>
 #include <future>
+#include <tuple>
+
+#include <signal.h> // kill, SIGSTOP
 
 namespace {
 
@@ -57,22 +60,11 @@ void SeedLamp(DeviceStackTest::ServiceProcess& service) {
   service.AddArguments({"--seed", seed});
 }
 
-struct Outcome {
-  bool answered;
-  bool valid;
-  std::string reply;
-  std::string deliveryError;
-};
+// Answered, valid, reply, delivery error.
+using Outcome = std::tuple<bool, bool, std::string, std::string>;
 
 Outcome Of(const Avo::Docket& docket) {
   return {docket.IsAnswered(), docket.IsReplyValid(), docket.ReadReply(), docket.ReadDeliveryError()};
-}
-
-void ExpectOutcome(const Outcome& actual, const Outcome& expected) {
-  EXPECT_EQ(actual.answered, expected.answered);
-  EXPECT_EQ(actual.valid, expected.valid);
-  EXPECT_EQ(actual.reply, expected.reply);
-  EXPECT_EQ(actual.deliveryError, expected.deliveryError);
 }
 
 TEST(SocketClientAndService, EveryRequestKindRoundTripsThroughTheMessenger) {
@@ -108,7 +100,7 @@ TEST(SocketClientAndService, EveryRequestKindRoundTripsThroughTheMessenger) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    ExpectOutcome(Of(c.send()), c.expected);
+    EXPECT_EQ(Of(c.send()), c.expected);
   }
 
   EXPECT_TRUE(messenger.SetDeviceConfig({{"room", "kitchen"}}));
@@ -121,12 +113,12 @@ TEST(SocketClientAndService, EveryRequestKindRoundTripsThroughTheMessenger) {
   // The format belongs to the connection: a restarted service still answers
   // in the internal form, because the client makes the setting again.
   app.adapter.EnableInternalValueFormat();
-  ExpectOutcome(Of(messenger.GetValue(Lamp, false)), {true, true, Text(23.5, true), ""});
+  EXPECT_EQ(Of(messenger.GetValue(Lamp, false)), Outcome(true, true, Text(23.5, true), ""));
   ASSERT_NE(Text(23.5, true), Text(23.5));
   EXPECT_EQ(service.Stop(), 0);
   service.Start();
   ASSERT_TRUE(app.client.WaitUntilConnected(30s, 2));
-  ExpectOutcome(Of(messenger.GetValue(Lamp, false)), {true, true, Text(23.5, true), ""});
+  EXPECT_EQ(Of(messenger.GetValue(Lamp, false)), Outcome(true, true, Text(23.5, true), ""));
   EXPECT_EQ(app.client.GetCounters().handlerExceptions, 0U);
 }
 
@@ -158,7 +150,25 @@ TEST(SocketClientAndService, WithoutAServiceRequestsFailAtOnceUntilItComes) {
 
   service.Start();
   ASSERT_TRUE(app.client.WaitUntilConnected(30s));
-  ExpectOutcome(Of(app.messenger.GetValue(Lamp, false)), {true, true, Text(21.5), ""});
+  EXPECT_EQ(Of(app.messenger.GetValue(Lamp, false)), Outcome(true, true, Text(21.5), ""));
+}
+
+// A service that stops answering and then dies: a synchronous call that
+// waits for it ends with the connection, long before its own timeout.
+TEST(SocketClientAndService, SynchronousCallEndsWhenTheServiceDiesWhileItWaits) {
+  DeviceStackTest::ServiceProcess service;
+  Polt::SocketDeviceStackClientOptions options = App::Options(service.SocketPath());
+  options.synchronousTimeout = 60s;
+  Polt::SocketDeviceStackClient client(options);
+  ASSERT_TRUE(client.IsConnected());
+  ASSERT_EQ(::kill(service.Pid(), SIGSTOP), 0);
+  auto call = std::async(std::launch::async, [&client] {
+    std::string config = "untouched";
+    return std::make_pair(client.GetDeviceConfig(config, false), config);
+  });
+  service.Kill();
+  ASSERT_EQ(call.wait_for(30s), std::future_status::ready) << "waited for the 60 s timeout";
+  EXPECT_EQ(call.get(), std::make_pair(false, std::string("untouched")));
 }
 
 } // namespace
