@@ -1,6 +1,7 @@
-// Any bytes, read as a request frame and as an answer frame (after a length
-// prefix), must neither crash nor read out of bounds; what decodes must encode
-// back to the very same bytes, since every field has one encoding.
+// Any bytes, read as a request frame and as an answer frame, must neither
+// crash nor read out of bounds; what decodes must encode to a frame that
+// decodes to the same again (the bytes may differ only in the order of
+// property and device configuration entries, which are kept sorted).
 #include "Polt/DeviceStackProtocol.h"
 
 #include <cstddef>
@@ -27,7 +28,10 @@ void CheckFrame(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::uint8_t> input(data, data + size);
   const auto request = Protocol::DecodeRequest(data, size);
   if (request) {
-    Check(WithoutPrefix(Protocol::EncodeRequest(request.Value())) == input);
+    const std::vector<std::uint8_t> encoded = WithoutPrefix(Protocol::EncodeRequest(request.Value()));
+    Check(encoded.size() == input.size());
+    const auto again = Protocol::DecodeRequest(encoded.data(), encoded.size());
+    Check(again && WithoutPrefix(Protocol::EncodeRequest(again.Value())) == encoded);
   } else {
     (void)Protocol::KindName(request.Error().header ? request.Error().header->kind
                                                     : Protocol::MessageKind::ProtocolError);

@@ -75,6 +75,10 @@ void Connection::OnFrame(const boost::system::error_code& error, std::size_t /*b
 void Connection::HandleFrame() {
   const Protocol::Decoded<Protocol::Request> request =
       Protocol::DecodeRequest(m_frame.data(), m_frame.size());
+  // A connection keeps no large buffer after one large frame.
+  if (m_frame.capacity() > RetainedFrameCapacity) {
+    std::vector<std::uint8_t>().swap(m_frame);
+  }
   if (!request) {
     // Without a readable header (a wrong magic) the peer does not speak this
     // protocol: what it sends next cannot be trusted to be framed.
@@ -84,9 +88,13 @@ void Connection::HandleFrame() {
   }
   AVO_LOG_DEBUG("Connection " << m_id << ": " << Protocol::KindName(Protocol::KindOf(request.Value().body))
                               << " request " << request.Value().requestId);
-  const HandledRequest handled = m_server.Handle(request.Value(), m_format);
-  Send(handled.answer);
-  ContinueReading();
+  // The next frame is read only once this one is answered: answers keep the
+  // order of their requests, and a client that floods waits for them.
+  m_server.Handle(request.Value(), m_format,
+                  [self = shared_from_this()](const Protocol::Answer& answer) {
+                    self->Send(answer);
+                    self->ContinueReading();
+                  });
 }
 
 void Connection::AnswerDecodeError(const Protocol::DecodeError& error, bool thenClose) {
@@ -103,6 +111,9 @@ void Connection::AnswerDecodeError(const Protocol::DecodeError& error, bool then
 }
 
 void Connection::Send(const Protocol::Answer& answer) {
+  if (m_finished) {
+    return; // the client has gone while its answer waited for a save
+  }
   std::vector<std::uint8_t> frame;
   try {
     frame = Protocol::EncodeAnswer(answer);
@@ -155,7 +166,7 @@ void Connection::OnWritten(const boost::system::error_code& error) {
 }
 
 void Connection::ContinueReading() {
-  if (m_closeWhenWritten) {
+  if (m_closeWhenWritten || m_finished) {
     return;
   }
   if (m_queuedBytes > MaxQueuedAnswerBytes) {

@@ -26,6 +26,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
 public:
   static constexpr std::size_t MaxQueuedAnswerBytes = 4U * Polt::DeviceStackProtocol::MaxFrameSize;
 
+  static constexpr std::size_t RetainedFrameCapacity = 64U * 1024U;
+
   Connection(Server& server, std::uint64_t id, boost::asio::local::stream_protocol::socket socket);
 
   /// Begins reading.

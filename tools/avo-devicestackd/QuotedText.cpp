@@ -1,5 +1,6 @@
 #include "QuotedText.h"
 
+#include <algorithm> // std::min
 #include <climits>
 #include <cstdlib> // std::strtol, std::strtoul
 

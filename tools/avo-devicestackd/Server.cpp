@@ -6,9 +6,11 @@
 #include "Avo/Logging.h"
 
 #include <boost/asio/error.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <cerrno>
+#include <chrono>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -67,7 +69,7 @@ private:
 Server::Server(asio::io_context& io, std::string socketPath, std::string statePath,
                Polt::DeviceStackObjectModel model)
     : m_io(io), m_socketPath(std::move(socketPath)), m_statePath(std::move(statePath)),
-      m_model(std::move(model)), m_handler(m_model), m_acceptor(io) {
+      m_model(std::move(model)), m_handler(m_model), m_acceptor(io), m_acceptPause(io) {
   ClearStaleSocket(io, m_socketPath);
   try {
     const stream_protocol::endpoint endpoint(m_socketPath);
@@ -102,6 +104,7 @@ void Server::Stop() {
   m_stopped = true;
   boost::system::error_code ignored;
   m_acceptor.close(ignored);
+  m_acceptPause.cancel();
   for (auto& connection : m_connections) {
     connection.second->Close();
   }
@@ -111,34 +114,58 @@ void Server::Stop() {
 void Server::Accept() {
   m_acceptor.async_accept([this](const boost::system::error_code& error,
                                  stream_protocol::socket socket) {
+    if (m_stopped || error == asio::error::operation_aborted) {
+      return;
+    }
     if (error) {
-      if (error == asio::error::operation_aborted) {
-        return;
-      }
-      // Running out of descriptors ends one accept, not the service.
+      // Out of descriptors, typically: this ends one accept, not the service.
+      // The pause keeps a lasting failure from spinning; connected clients are
+      // served meanwhile.
       AVO_LOG_WARN("Accepting a client failed: " << error.message());
-    } else {
-      const std::uint64_t id = ++m_lastConnectionId;
-      auto connection = std::make_shared<Connection>(*this, id, std::move(socket));
-      m_connections.emplace(id, connection);
-      connection->Start();
+      m_acceptPause.expires_after(std::chrono::milliseconds(100));
+      m_acceptPause.async_wait([this](const boost::system::error_code& cancelled) {
+        if (!cancelled && !m_stopped) {
+          Accept();
+        }
+      });
+      return;
     }
-    if (!m_stopped) {
-      Accept();
-    }
+    const std::uint64_t id = ++m_lastConnectionId;
+    auto connection = std::make_shared<Connection>(*this, id, std::move(socket));
+    m_connections.emplace(id, connection);
+    connection->Start();
+    Accept();
   });
 }
 
-HandledRequest Server::Handle(const Protocol::Request& request, ConnectionFormat& format) {
+void Server::Handle(const Protocol::Request& request, ConnectionFormat& format, Reply reply) {
   HandledRequest handled = m_handler.Handle(request, format);
-  if (handled.changed && !Save()) {
-    // The change stays in memory and reaches the file with the next save
-    // that succeeds; it is not acknowledged now.
-    handled.answer.error = {Protocol::ErrorCode::NotSaved, "Not saved",
-                            Protocol::KindName(handled.answer.kind),
-                            "The change could not be saved to the state file"};
+  if (!handled.changed && m_waitingForSave.empty()) {
+    reply(handled.answer);
+    return;
   }
-  return handled;
+  if (m_waitingForSave.empty()) {
+    // Runs after the handlers that are ready now, so that the changes of
+    // other clients that arrived meanwhile share this save.
+    asio::post(m_io, [this] { SaveAndAnswer(); });
+  }
+  m_waitingForSave.push_back({std::move(handled.answer), handled.changed, std::move(reply)});
+}
+
+void Server::SaveAndAnswer() {
+  std::vector<WaitingAnswer> waiting;
+  waiting.swap(m_waitingForSave);
+  const bool saved = Save();
+  for (WaitingAnswer& entry : waiting) {
+    if (entry.changed && !saved) {
+      // The change stays in memory and reaches the file with the next save
+      // that succeeds; it is not acknowledged now.
+      entry.answer.error = {Protocol::ErrorCode::NotSaved, "Not saved",
+                            Protocol::KindName(entry.answer.kind),
+                            "The change could not be saved to the state file"};
+    }
+    entry.reply(entry.answer);
+  }
 }
 
 bool Server::Save() {

@@ -1,7 +1,9 @@
 #pragma once
 // The listening socket and the connections of the service: one io_context,
-// one thread; every request is handled to its end (saved included) before
-// the next one, so the object model needs no lock.
+// one thread, so the object model needs no lock. Changes are saved in groups:
+// every change made before the save runs is saved by it, and no answer (to
+// any request) leaves while a save is due, so no client ever sees a state
+// that a crash could still take back.
 
 #include "RequestHandler.h"
 
@@ -9,11 +11,14 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace DeviceStackd {
 
@@ -37,14 +42,25 @@ public:
   /// Stops accepting, closes every connection and removes the socket file.
   void Stop();
 
-  /// Handles one request of a connection: carries it out and, where it
-  /// changed the model, saves the state before the answer is returned.
-  HandledRequest Handle(const Polt::DeviceStackProtocol::Request& request, ConnectionFormat& format);
+  /// Receives the answer to a request.
+  using Reply = std::function<void(const Polt::DeviceStackProtocol::Answer&)>;
+
+  /// Handles one request of a connection: carries it out at once and calls
+  /// reply with the answer, right away or, while a save is due, after it.
+  void Handle(const Polt::DeviceStackProtocol::Request& request, ConnectionFormat& format,
+              Reply reply);
   /// Forgets a connection that has closed.
   void Remove(std::uint64_t connectionId);
 
 private:
+  struct WaitingAnswer {
+    Polt::DeviceStackProtocol::Answer answer;
+    bool changed;
+    Reply reply;
+  };
+
   void Accept();
+  void SaveAndAnswer();
   bool Save();
 
   boost::asio::io_context& m_io;
@@ -53,7 +69,9 @@ private:
   Polt::DeviceStackObjectModel m_model;
   RequestHandler m_handler;
   boost::asio::local::stream_protocol::acceptor m_acceptor;
+  boost::asio::steady_timer m_acceptPause;
   std::map<std::uint64_t, std::shared_ptr<Connection>> m_connections;
+  std::vector<WaitingAnswer> m_waitingForSave;
   std::uint64_t m_lastConnectionId = 0;
   bool m_stopped = false;
 };

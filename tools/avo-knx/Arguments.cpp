@@ -8,9 +8,9 @@ namespace AvoKnx {
 namespace {
 
 const OptionSpec* FindSpec(const std::vector<OptionSpec>& specs, const std::string& name) {
-  const auto spec = std::find_if(specs.begin(), specs.end(),
+  const auto option = std::find_if(specs.begin(), specs.end(),
                                  [&name](const OptionSpec& candidate) { return candidate.name == name; });
-  return spec != specs.end() ? &*spec : nullptr;
+  return option != specs.end() ? &*option : nullptr;
 }
 
 bool IsOptionWord(const std::string& word) {
@@ -41,11 +41,11 @@ Arguments Arguments::Parse(const std::vector<std::string>& args, const std::vect
     const auto equals = word == "-h" ? std::string::npos : word.find('=');
     const std::string name =
         word == "-h" ? "help" : word.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-    const OptionSpec* spec = FindSpec(specs, name);
-    if (spec == nullptr) {
+    const OptionSpec* option = FindSpec(specs, name);
+    if (option == nullptr) {
       throw UsageError("unknown option '--" + name + "'");
     }
-    if (!spec->takesValue) {
+    if (!option->takesValue) {
       if (equals != std::string::npos) {
         throw UsageError("option '--" + name + "' takes no value");
       }
@@ -86,8 +86,8 @@ std::optional<std::size_t> FindCommandIndex(const std::vector<std::string>& args
     }
     // An option may come before the command: skip its value.
     const std::string name = word.substr(2);
-    const OptionSpec* spec = FindSpec(specs, name);
-    if (spec != nullptr && spec->takesValue) {
+    const OptionSpec* option = FindSpec(specs, name);
+    if (option != nullptr && option->takesValue) {
       ++i;
     }
   }
