@@ -17,6 +17,7 @@
 #include <thread>
 #include <unordered_map>
 #include <utility>
+#include <variant> // std::get_if
 #include <vector>
 
 namespace Polt {
@@ -131,7 +132,19 @@ struct PendingCall {
   bool done = false;
   bool succeeded = false;
   std::string text;
+  // The value format setting it makes, remembered for later connections
+  // once the service has taken it.
+  std::optional<bool> internalValueFormat;
+  std::optional<std::string> valueFormat;
 };
+
+void NoteValueFormatSetting(const Protocol::RequestBody& body, PendingCall& call) {
+  if (const auto* internal = std::get_if<Protocol::SetInternalValueFormatRequest>(&body)) {
+    call.internalValueFormat = internal->enabled;
+  } else if (const auto* format = std::get_if<Protocol::SetValueFormatRequest>(&body)) {
+    call.valueFormat = format->format;
+  }
+}
 
 } // namespace
 
@@ -210,14 +223,15 @@ public:
 
   // Sends a synchronous request and waits for its answer; true when the
   // service carried it out. text receives the answer's text.
-  bool CallSynchronously(Protocol::RequestBody body, std::string* text) {
+  bool CallSynchronously(const Protocol::RequestBody& body, std::string* text) {
     const std::uint64_t requestId = NextRequestId();
     std::vector<std::uint8_t> frame;
-    if (!Encode(requestId, std::move(body), frame)) {
+    if (!Encode(requestId, Protocol::RequestBody(body), frame)) {
       ++m_counters.unsentRequests;
       return false;
     }
     const auto call = std::make_shared<PendingCall>();
+    NoteValueFormatSetting(body, *call);
     std::unique_lock<std::mutex> lock(m_mutex);
     if (!m_usable) {
       ++m_counters.unsentRequests;
@@ -249,17 +263,6 @@ public:
       *text = std::move(call->text);
     }
     return call->succeeded;
-  }
-
-  // The value format settings are made again on every new connection.
-  void RememberInternalValueFormat(bool enabled) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_internalValueFormat = enabled;
-  }
-
-  void RememberValueFormat(const std::string& format) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_valueFormat = format;
   }
 
   void SetResponseHandler(IResponseHandler* handler) {
@@ -498,8 +501,23 @@ private:
       call.succeeded = answer.kind != Protocol::MessageKind::ProtocolError &&
                        answer.error.code == Protocol::ErrorCode::None;
       call.text = std::move(answer.text);
+      // Remembered here, on the thread that also reconnects: a connection
+      // made after this answer is sure to get the setting.
+      if (call.succeeded) {
+        RememberValueFormat(call);
+      }
     }
     m_callAnswered.notify_all();
+  }
+
+  // The value format settings are made again on every new connection (with m_mutex held).
+  void RememberValueFormat(const PendingCall& call) {
+    if (call.internalValueFormat) {
+      m_internalValueFormat = call.internalValueFormat;
+    }
+    if (call.valueFormat) {
+      m_valueFormat = call.valueFormat;
+    }
   }
 
   void CallResponseHandler(Protocol::Answer& answer) {
@@ -573,9 +591,7 @@ SocketDeviceStackClientCounters SocketDeviceStackClient::GetCounters() const {
 }
 
 void SocketDeviceStackClient::SetInternalValueFormat(bool enabled) {
-  if (m_impl->CallSynchronously(Protocol::SetInternalValueFormatRequest{enabled}, nullptr)) {
-    m_impl->RememberInternalValueFormat(enabled);
-  }
+  m_impl->CallSynchronously(Protocol::SetInternalValueFormatRequest{enabled}, nullptr);
 }
 
 bool SocketDeviceStackClient::SetConfiguration(unsigned long id,
@@ -600,11 +616,7 @@ bool SocketDeviceStackClient::SetDeviceConfig(const std::map<std::string, std::s
 }
 
 bool SocketDeviceStackClient::SetValueFormat(const std::string& format) {
-  if (!m_impl->CallSynchronously(Protocol::SetValueFormatRequest{format}, nullptr)) {
-    return false;
-  }
-  m_impl->RememberValueFormat(format);
-  return true;
+  return m_impl->CallSynchronously(Protocol::SetValueFormatRequest{format}, nullptr);
 }
 
 std::string SocketDeviceStackClient::Request(const std::string& request) {

@@ -23,7 +23,7 @@ struct ToolRun {
   std::string out;
 };
 
-// Runs avo-knx (through the emulator of a cross build) with its standard
+// Runs avo-knx (through the emulator of a cross build, found on the PATH) with its standard
 // output in a file of the service's directory.
 ToolRun RunAvoKnx(const std::string& directory, std::vector<std::string> args) {
   const std::string outPath = directory + "/avo-knx.out";
@@ -45,7 +45,7 @@ ToolRun RunAvoKnx(const std::string& directory, std::vector<std::string> args) {
   posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
   ToolRun run;
   pid_t pid = -1;
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
+  if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
     int status = 0;
     if (waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
       run.status = WEXITSTATUS(status);
