@@ -4,10 +4,10 @@
 // by the bridge and encoded again, gives the same record when decoded once
 // more, and the very same group value where the DPT can hold the record.
 //
-// Input: main and sub number (2 bytes each, big-endian), a byte whose lowest bit asks for
-// a record type of its own (then 2 more bytes, big-endian) instead of the
-// main number's, then the record's value area (the size of a VELTIME, in the
-// host's layout) and its text.
+// Input: main and sub number (2 bytes each, big-endian), a byte whose lowest
+// bit asks for a record type of its own (then 2 more bytes, big-endian)
+// instead of the main number's, then the record's value area (the size of a
+// VELTIME, in the host's layout) and its text.
 #include "AvoObjectModel/GroupValueVelValue.h"
 
 #include "Avo/Logging.h"
