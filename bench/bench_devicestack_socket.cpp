@@ -96,13 +96,13 @@ using SocketSetUp = MessengerOn<Polt::SocketDeviceStackClient>;
 // The service of every socket run of the program, started once.
 DeviceStackTest::ServiceProcess* g_service = nullptr;
 
-std::unique_ptr<SimulationSetUp> MakeSetUp(SimulationSetUp*) {
+std::unique_ptr<SimulationSetUp> MakeSetUp(SimulationSetUp* /*tag*/) {
   auto setUp = std::make_unique<SimulationSetUp>();
   setUp->client.SetObject(kObjectId, kObjectValue);
   return setUp;
 }
 
-std::unique_ptr<SocketSetUp> MakeSetUp(SocketSetUp*) {
+std::unique_ptr<SocketSetUp> MakeSetUp(SocketSetUp* /*tag*/) {
   Polt::SocketDeviceStackClientOptions options;
   options.socketPath = g_service->SocketPath();
   return std::make_unique<SocketSetUp>(options);

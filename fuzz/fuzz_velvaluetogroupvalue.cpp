@@ -29,7 +29,7 @@ namespace {
 
 void Check(bool condition, const char* broken) {
   if (!condition) {
-    std::fprintf(stderr, "broken: %s\n", broken);
+    static_cast<void>(std::fprintf(stderr, "broken: %s\n", broken));
     std::abort();
   }
 }
@@ -43,7 +43,7 @@ bool Prepare() {
   logger.addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender()));
   logger.setAdditivity(false);
   logger.setLogLevel(log4cplus::TRACE_LOG_LEVEL);
-  setenv("TZ", "UTC0", 1);
+  setenv("TZ", "UTC0", 1); // NOLINT(concurrency-mt-unsafe): before the first input
   tzset();
   return true;
 }

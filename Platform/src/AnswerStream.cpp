@@ -2,8 +2,7 @@
 
 #include <cstring> // std::memcpy
 
-namespace Polt {
-namespace Detail {
+namespace Polt::Detail {
 
 namespace Protocol = DeviceStackProtocol;
 
@@ -42,5 +41,4 @@ void AnswerStream::Compact() {
   m_start = 0;
 }
 
-} // namespace Detail
-} // namespace Polt
+} // namespace Polt::Detail

@@ -8,8 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace Polt {
-namespace Detail {
+namespace Polt::Detail {
 
 /// Collects received bytes and hands out the answers whose frames are complete.
 class AnswerStream {
@@ -32,5 +31,4 @@ private:
   std::size_t m_start = 0; // first byte not yet consumed
 };
 
-} // namespace Detail
-} // namespace Polt
+} // namespace Polt::Detail

@@ -30,7 +30,7 @@ using Detail::UnixStreamConnection;
 using Connection = std::shared_ptr<UnixStreamConnection>;
 
 // Room for many answers per read; an answer longer than this arrives in parts.
-constexpr std::size_t ReceiveBufferSize = 64 * 1024;
+constexpr std::size_t ReceiveBufferSize = std::size_t{64} * 1024;
 
 bool IsSynchronous(Protocol::MessageKind kind) {
   switch (kind) {

@@ -6,10 +6,10 @@
 #include <unistd.h>   // close
 
 #include <cerrno>
-#include <cstring> // std::strerror, std::memcpy
+#include <cstring>      // std::memcpy
+#include <system_error> // std::system_category: strerror is not thread-safe
 
-namespace Polt {
-namespace Detail {
+namespace Polt::Detail {
 namespace {
 
 timeval ToTimeval(std::chrono::milliseconds duration) {
@@ -32,14 +32,14 @@ UnixStreamConnection::Connect(const std::string& path, std::chrono::milliseconds
   }
   const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (descriptor < 0) {
-    failure = std::strerror(errno);
+    failure = std::system_category().message(errno);
     return nullptr;
   }
   std::unique_ptr<UnixStreamConnection> connection(new UnixStreamConnection(descriptor));
   const timeval timeout = ToTimeval(sendTimeout);
   if (sendTimeout.count() > 0 &&
       ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout) != 0) {
-    failure = std::strerror(errno);
+    failure = std::system_category().message(errno);
     return nullptr;
   }
   sockaddr_un address{};
@@ -50,7 +50,7 @@ UnixStreamConnection::Connect(const std::string& path, std::chrono::milliseconds
     result = ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
   } while (result != 0 && errno == EINTR);
   if (result != 0) {
-    failure = std::strerror(errno);
+    failure = std::system_category().message(errno);
     return nullptr;
   }
   return connection;
@@ -82,6 +82,7 @@ bool UnixStreamConnection::SendAll(const void* data, std::size_t size) {
   return true;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): reads from the socket
 long UnixStreamConnection::Receive(char* buffer, std::size_t size) {
   for (;;) {
     const ssize_t received = ::recv(m_descriptor, buffer, size, 0);
@@ -100,5 +101,4 @@ void UnixStreamConnection::Shutdown() {
 
 bool UnixStreamConnection::IsShutDown() const { return m_shutDown; }
 
-} // namespace Detail
-} // namespace Polt
+} // namespace Polt::Detail

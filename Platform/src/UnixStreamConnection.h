@@ -10,8 +10,7 @@
 #include <mutex>
 #include <string>
 
-namespace Polt {
-namespace Detail {
+namespace Polt::Detail {
 
 /// A connected socket; the descriptor is closed with the object, so that a
 /// thread holding a shared reference never writes to a reused descriptor.
@@ -55,5 +54,4 @@ private:
   std::atomic<bool> m_shutDown{false};
 };
 
-} // namespace Detail
-} // namespace Polt
+} // namespace Polt::Detail

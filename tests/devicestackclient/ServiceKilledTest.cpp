@@ -134,6 +134,7 @@ TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarte
   Progress progress;
   std::atomic<bool> stop{false};
   std::vector<std::future<void>> threads;
+  threads.reserve(Writers);
   for (int t = 0; t < Writers; ++t) {
     threads.push_back(std::async(std::launch::async, [&, t] {
       Write(messenger, FirstObject + static_cast<unsigned long>(t), writers[static_cast<std::size_t>(t)],

@@ -13,7 +13,7 @@
 #include <future>
 #include <tuple>
 
-#include <signal.h> // kill, SIGSTOP
+#include <signal.h> // NOLINT(modernize-deprecated-headers): POSIX kill, SIGSTOP
 
 namespace {
 

@@ -14,8 +14,6 @@
 #include <string>
 #include <vector>
 
-extern char** environ;
-
 namespace {
 
 struct ToolRun {
@@ -29,11 +27,12 @@ ToolRun RunAvoKnx(const std::string& directory, std::vector<std::string> args) {
   const std::string outPath = directory + "/avo-knx.out";
   std::vector<std::string> command;
   if (!std::string(AVO_KNX_EMULATOR).empty()) {
-    command.push_back(AVO_KNX_EMULATOR);
+    command.emplace_back(AVO_KNX_EMULATOR);
   }
-  command.push_back(AVO_KNX_PATH);
+  command.emplace_back(AVO_KNX_PATH);
   command.insert(command.end(), args.begin(), args.end());
   std::vector<char*> argv;
+  argv.reserve(command.size() + 1);
   for (std::string& word : command) {
     argv.push_back(word.data());
   }

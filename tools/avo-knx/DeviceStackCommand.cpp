@@ -346,7 +346,7 @@ std::vector<Request> ReadRequests(Context& context, const ObjectModel& model) {
 }
 
 std::optional<std::string> ReadServiceSocket(const Arguments& arguments) {
-  const std::optional<std::string> socketPath = arguments.Value("connect");
+  std::optional<std::string> socketPath = arguments.Value("connect");
   if (!socketPath) {
     return std::nullopt;
   }
