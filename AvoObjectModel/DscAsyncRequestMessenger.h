@@ -1,7 +1,9 @@
 #pragma once
+/// @file
 /// Avo::DscAsyncRequestMessenger: blocking requests over the device stack's
 /// asynchronous request and response traffic.
 
+#include "AvoObjectModel/Export.h"
 #include "Avo/Function.h" // Avo::BoolReader
 #include "AvoObjectModel/Docket.h"
 #include "AvoObjectModel/RequestMessengerDeviceStack.h"
@@ -33,9 +35,11 @@ namespace Avo {
 /// The owner calls SetAsResponseHandler before the first blocking request and
 /// UnsetAsResponseHandler before destroying the messenger. Any number of
 /// threads may call the operations at once.
-class DscAsyncRequestMessenger : public Polt::IDeviceStackClient::IResponseHandler {
+class AVO_OBJECTMODEL_EXPORT DscAsyncRequestMessenger : public Polt::IDeviceStackClient::IResponseHandler {
 public:
+  /// Timeouts of the blocking requests.
   using time_duration = boost::posix_time::time_duration;
+  /// Properties of an object, by kind.
   using Properties = RequestMessengerDeviceStack::Properties;
 
   /// messenger must outlive this object. A zero timeout given to an operation

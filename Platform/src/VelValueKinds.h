@@ -8,9 +8,8 @@
 #include <cstdint>
 #include <string>
 
-// Internal to the library: not exported, so calls between its files stay
-// direct.
-namespace [[gnu::visibility("hidden")]] VelValueInternal {
+// Internal to the library (hidden like everything not marked for export).
+namespace VelValueInternal {
 
 /// Which member of a VELVALUE holds the value of a type, and how.
 enum class ValueKind {
