@@ -202,8 +202,12 @@ private:
 /// catalogue. Construct, call Init, then convert. Where the caller does not
 /// know the DPT (main number 0), a default DPT is chosen from the value's
 /// type or from the bit size. Conversions return false with one logged line
-/// on failure and never let a KnxStack::GroupValueException escape; a DPT
-/// without a catalogue row is accepted as valid (true, with two ERROR lines).
+/// on failure and never let a KnxStack::GroupValueException escape (it is
+/// caught and logged: "Exception caught during conversion of ..."). A DPT
+/// without a catalogue row is accepted as valid: true, after the ERROR lines
+/// "No Entry found for DPT = ..." (GetEntry's and the conversion's own) and
+/// "Assume validity and accept value!". Kept so that values of DPTs this
+/// library does not know still pass.
 class AVO_OBJECTMODEL_EXPORT KnxValueConverter {
 public:
   /// Defined size that marks a main number of variable size: such values

@@ -56,7 +56,10 @@ public:
 
 /// RequestMessengerDeviceStack over a device stack client (not owned). It turns
 /// a VELVALUE into the text that the client sends, in the internal value format
-/// when that is switched on; everything else is forwarded unchanged.
+/// when that is switched on; everything else is forwarded unchanged, and so
+/// are the client's results and exceptions (an empty request identifier or
+/// false when the client refuses). EnableNativeFormat selects the format
+/// named "Native".
 class AVO_OBJECTMODEL_EXPORT RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
 public:
   /// The client must outlive the adapter.
