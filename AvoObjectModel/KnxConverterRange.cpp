@@ -23,6 +23,35 @@ double SignedWidth(std::int64_t minimum, std::int64_t maximum) {
   return maximum >= minimum ? static_cast<double>(high - low) : -static_cast<double>(low - high);
 }
 
+// The scale factor of the two integer ranges, which differ only in the width
+// of their bounds. Left unchanged when a range is empty; the log lines carry
+// this function's name, which is the one log readers know.
+template <class Bound>
+void CalculateScaleFactor(Bound internalMinimum, Bound internalMaximum, Bound externalMinimum,
+                          Bound externalMaximum, double& scaleFactor) {
+  if (internalMaximum == internalMinimum) {
+    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
+                  << internalMinimum << ", " << internalMaximum << "].");
+    return;
+  }
+  if (externalMaximum == externalMinimum) {
+    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
+                  << externalMinimum << ", " << externalMaximum << "].");
+    return;
+  }
+  const double factor = SignedWidth(externalMinimum, externalMaximum) /
+                        SignedWidth(internalMinimum, internalMaximum);
+  if (factor == 0.0) {
+    scaleFactor = 1.0;
+    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
+                  << internalMinimum << ", " << internalMaximum
+                  << "] or because of invalid external range [" << externalMinimum << ", "
+                  << externalMaximum << "].");
+    return;
+  }
+  scaleFactor = factor;
+}
+
 template <class Range>
 std::string RangeText(const Range& range) {
   std::ostringstream text;
@@ -42,27 +71,8 @@ IntegerRange::IntegerRange(std::int32_t internalMinimum, std::int32_t internalMa
 }
 
 void IntegerRange::CalculateScaleFactor() {
-  if (m_internalMaximum == m_internalMinimum) {
-    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                  << m_internalMinimum << ", " << m_internalMaximum << "].");
-    return;
-  }
-  if (m_externalMaximum == m_externalMinimum) {
-    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                  << m_externalMinimum << ", " << m_externalMaximum << "].");
-    return;
-  }
-  const double factor = SignedWidth(m_externalMinimum, m_externalMaximum) /
-                        SignedWidth(m_internalMinimum, m_internalMaximum);
-  if (factor == 0.0) {
-    m_scaleFactor = 1.0;
-    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                  << m_internalMinimum << ", " << m_internalMaximum
-                  << "] or because of invalid external range [" << m_externalMinimum << ", "
-                  << m_externalMaximum << "].");
-    return;
-  }
-  m_scaleFactor = factor;
+  Avo::CalculateScaleFactor(m_internalMinimum, m_internalMaximum, m_externalMinimum,
+                            m_externalMaximum, m_scaleFactor);
 }
 
 std::string IntegerRange::ToString() const { return RangeText(*this); }
@@ -82,27 +92,8 @@ LongIntegerRange::LongIntegerRange(std::int64_t internalMinimum, std::int64_t in
 }
 
 void LongIntegerRange::CalculateScaleFactor() {
-  if (m_internalMaximum == m_internalMinimum) {
-    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                  << m_internalMinimum << ", " << m_internalMaximum << "].");
-    return;
-  }
-  if (m_externalMaximum == m_externalMinimum) {
-    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                  << m_externalMinimum << ", " << m_externalMaximum << "].");
-    return;
-  }
-  const double factor = SignedWidth(m_externalMinimum, m_externalMaximum) /
-                        SignedWidth(m_internalMinimum, m_internalMaximum);
-  if (factor == 0.0) {
-    m_scaleFactor = 1.0;
-    AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                  << m_internalMinimum << ", " << m_internalMaximum
-                  << "] or because of invalid external range [" << m_externalMinimum << ", "
-                  << m_externalMaximum << "].");
-    return;
-  }
-  m_scaleFactor = factor;
+  Avo::CalculateScaleFactor(m_internalMinimum, m_internalMaximum, m_externalMinimum,
+                            m_externalMaximum, m_scaleFactor);
 }
 
 std::string LongIntegerRange::ToString() const { return RangeText(*this); }
