@@ -1,6 +1,7 @@
 #include "Polt/SimulatedDeviceStackClient.h"
 
 #include "Polt/DeviceStackError.h"
+#include "Polt/DeviceStackObjectModel.h"
 
 #include <algorithm> // std::push_heap, std::pop_heap
 #include <condition_variable>
@@ -53,12 +54,6 @@ struct DueLater {
   }
 };
 
-struct SimulatedObject {
-  std::string value;
-  std::string urn;
-  PropertyMap properties;
-};
-
 void Deliver(IDeviceStackClient::IResponseHandler& handler, const PendingAnswer& answer) {
   const IDeviceStackClient::IError& error = ErrorOf(answer);
   switch (answer.kind) {
@@ -80,13 +75,6 @@ void Deliver(IDeviceStackClient::IResponseHandler& handler, const PendingAnswer&
                        answer.payload, error);
     break;
   }
-}
-
-DeviceStackError UnknownObject(const char* operation, unsigned long id) {
-  const std::string object = std::to_string(id);
-  return DeviceStackError(SimulatedDeviceStackClient::UnknownObjectErrorCode, "Unknown object",
-                          std::string(operation) + "(" + object + ")",
-                          "Object " + object + " does not exist");
 }
 
 } // namespace
@@ -114,39 +102,37 @@ public:
 
   void SetObject(unsigned long id, std::string valueText, std::string urn) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    SimulatedObject& object = m_objects[id];
-    object.value = std::move(valueText);
-    object.urn = std::move(urn);
+    m_model.SetObject(id, std::move(valueText), std::move(urn));
   }
 
   std::optional<std::string> GetObjectValue(unsigned long id) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto object = m_objects.find(id);
-    if (object == m_objects.end()) {
+    const DeviceStackObjectModel::Object* object = m_model.FindObject(id);
+    if (object == nullptr) {
       return std::nullopt;
     }
-    return object->second.value;
+    return object->value;
   }
 
   PropertyMap GetObjectProperties(unsigned long id) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto object = m_objects.find(id);
-    return object == m_objects.end() ? PropertyMap() : object->second.properties;
+    const DeviceStackObjectModel::Object* object = m_model.FindObject(id);
+    return object == nullptr ? PropertyMap() : object->properties;
   }
 
   std::vector<std::string> GetConfigurations() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_configurations;
+    return m_model.GetConfigurations();
   }
 
   std::vector<ApplicationRegistration> GetRegisteredApplications() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_registrations;
+    return m_model.GetRegistrations();
   }
 
   std::map<std::string, std::string> GetDeviceConfigEntries() const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_deviceConfig;
+    return m_model.GetDeviceConfigEntries();
   }
 
   bool IsInternalValueFormatEnabled() const {
@@ -210,38 +196,23 @@ public:
 
   bool SetConfiguration(unsigned long id, const PropertyMap& properties) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const auto object = m_objects.find(id);
-    if (object == m_objects.end()) {
-      return false;
-    }
-    for (const auto& property : properties) {
-      object->second.properties[property.first] = property.second;
-    }
-    return true;
+    return m_model.SetProperties(id, properties);
   }
 
   bool GetDeviceConfig(std::string& config) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    config.clear();
-    for (const auto& entry : m_deviceConfig) {
-      config += entry.first;
-      config += '=';
-      config += entry.second;
-      config += '\n';
-    }
+    config = m_model.GetDeviceConfigText();
     return true;
   }
 
   bool SetDeviceConfig(const std::map<std::string, std::string>& config) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    for (const auto& entry : config) {
-      m_deviceConfig[entry.first] = entry.second;
-    }
+    m_model.SetDeviceConfigEntries(config);
     return true;
   }
 
   bool SetValueFormat(const std::string& format) {
-    if (format.empty()) {
+    if (!DeviceStackObjectModel::IsValidValueFormat(format)) {
       return false;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -283,7 +254,7 @@ public:
     PendingAnswer answer =
         NewAnswer(AnswerKind::RegisterApplication, plan, "RegisterApplication", first);
     if (!IsRefused(answer)) {
-      m_registrations.push_back({first, second, third});
+      m_model.AddRegistration({first, second, third});
     }
     return Submit(lock, std::move(answer), plan);
   }
@@ -297,7 +268,7 @@ public:
     PendingAnswer answer =
         NewAnswer(AnswerKind::SetConfiguration, plan, "SendConfiguration", configuration);
     if (!IsRefused(answer)) {
-      m_configurations.push_back(configuration);
+      m_model.AddConfiguration(configuration);
     }
     return Submit(lock, std::move(answer), plan);
   }
@@ -310,12 +281,12 @@ public:
     }
     PendingAnswer answer = NewAnswer(AnswerKind::GetValue, plan, "GetValue", std::to_string(id));
     answer.objectId = id;
-    const auto object = m_objects.find(id);
-    if (object == m_objects.end()) {
+    const DeviceStackObjectModel::Object* object = m_model.FindObject(id);
+    if (object == nullptr) {
       MarkUnknownObject(answer, "GetValue");
     } else {
-      answer.urn = object->second.urn;
-      answer.payload = object->second.value;
+      answer.urn = object->urn;
+      answer.payload = object->value;
     }
     return Submit(lock, std::move(answer), plan);
   }
@@ -330,13 +301,13 @@ public:
     answer.objectId = id;
     answer.context = context;
     answer.payload = value;
-    const auto object = m_objects.find(id);
-    if (object == m_objects.end()) {
+    const DeviceStackObjectModel::Object* object = m_model.FindObject(id);
+    if (object == nullptr) {
       MarkUnknownObject(answer, "SetValue");
     } else {
-      answer.urn = object->second.urn;
+      answer.urn = object->urn;
       if (!IsRefused(answer)) {
-        object->second.value = value;
+        m_model.SetValue(id, value);
       }
     }
     return Submit(lock, std::move(answer), plan);
@@ -407,7 +378,7 @@ private:
 
   static void MarkUnknownObject(PendingAnswer& answer, const char* operation) {
     if (!IsRefused(answer)) {
-      answer.error = UnknownObject(operation, answer.objectId);
+      answer.error = DeviceStackObjectModel::UnknownObject(operation, answer.objectId);
     }
   }
 
@@ -550,10 +521,7 @@ private:
   std::deque<SimulatedAnswerPlan> m_plans;
   RequestResponder m_responder;
 
-  std::map<unsigned long, SimulatedObject> m_objects;
-  std::vector<std::string> m_configurations;
-  std::vector<ApplicationRegistration> m_registrations;
-  std::map<std::string, std::string> m_deviceConfig;
+  DeviceStackObjectModel m_model;
   bool m_internalValueFormat = false;
   std::string m_valueFormat;
 

@@ -5,6 +5,7 @@
 /// that runs without the device stack service.
 
 #include "Avo/PlatformExport.h"
+#include "Polt/DeviceStackObjectModel.h"
 #include "Polt/IDeviceStackClient.h"
 
 #include <array>
@@ -88,10 +89,10 @@ struct SimulatedDeviceStackCounters {
 class AVO_PLATFORM_EXPORT SimulatedDeviceStackClient final : public IDeviceStackClient {
 public:
   /// Error code of an answer for an object that does not exist.
-  static constexpr int UnknownObjectErrorCode = 2;
+  static constexpr int UnknownObjectErrorCode = DeviceStackObjectModel::UnknownObjectErrorCode;
 
   /// The three texts of one application registration, in request order.
-  using ApplicationRegistration = std::array<std::string, 3>;
+  using ApplicationRegistration = DeviceStackObjectModel::ApplicationRegistration;
   /// Computes the response text of a free-form request.
   using RequestResponder = std::function<std::string(const std::string& request)>;
 

@@ -1,0 +1,274 @@
+// The frame codec: golden bytes of the layout, round trips of every request
+// and answer kind, and malformed input of every sort (truncated at each byte,
+// wrong magic, version, flags and kind, bad fields) as error values.
+
+#include "Polt/DeviceStackProtocol.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using namespace Polt::DeviceStackProtocol;
+using Bytes = std::vector<std::uint8_t>;
+using Polt::IDeviceStackClient;
+
+// The frame without its length prefix, as the decoders take it.
+Bytes Frame(const Bytes& withPrefix) { return Bytes(withPrefix.begin() + LengthPrefixSize, withPrefix.end()); }
+
+Decoded<Request> DecodeRequestFrame(const Bytes& withPrefix) {
+  const Bytes frame = Frame(withPrefix);
+  return DecodeRequest(frame.data(), frame.size());
+}
+
+Decoded<Answer> DecodeAnswerFrame(const Bytes& withPrefix) {
+  const Bytes frame = Frame(withPrefix);
+  return DecodeAnswer(frame.data(), frame.size());
+}
+
+std::vector<Request> EveryRequestKind() {
+  return {
+      {1, GetValueRequest{100101, true}},
+      {2, SetValueRequest{4294967295U, false, "10:\"a\\\"b\""}},
+      {3, FreeFormRequest{std::string("with\0nul", 8)}},
+      {4, RegisterApplicationRequest{"app", "", "third"}},
+      {5, SendConfigurationRequest{"{\"x\":1}"}},
+      {6, SetConfigurationRequest{7, true,
+                                  {{IDeviceStackClient::ptName, {"lamp"}},
+                                   {IDeviceStackClient::ptDefaultValue, {""}},
+                                   {static_cast<IDeviceStackClient::PropertyType>(-3), {"odd"}}}}},
+      {7, GetDeviceConfigRequest{true}},
+      {8, SetDeviceConfigRequest{{{"a", "1"}, {"", ""}}}},
+      {9, SetValueFormatRequest{"Native"}},
+      {0xFFFFFFFFFFFFFFFFULL, SetInternalValueFormatRequest{true}},
+      {11, SetDeviceConfigRequest{}},
+      {12, SetConfigurationRequest{}},
+  };
+}
+
+TEST(DeviceStackProtocol, GetValueRequestHasTheDocumentedBytes) {
+  const Bytes expected = {
+      0x00, 0x00, 0x00, 0x15,                         // length: 16 header + 5 body
+      0x41, 0x56, 0x44, 0x53,                         // "AVDS"
+      0x01,                                           // version
+      0x01,                                           // kind GetValue
+      0x00, 0x00,                                     // flags
+      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x02, // request id 258
+      0x00, 0x01, 0x87, 0x05,                         // object id 100101
+      0x01};                                          // flag
+  EXPECT_EQ(EncodeRequest({258, GetValueRequest{100101, true}}), expected);
+}
+
+TEST(DeviceStackProtocol, SetValueAnswerHasTheDocumentedBytes) {
+  Answer answer;
+  answer.kind = MessageKind::SetValue;
+  answer.requestId = 9;
+  answer.error = {2, "D", "", "M"};
+  answer.objectId = 1;
+  answer.urn = "u";
+  answer.text = "1:";
+  const Bytes expected = {
+      0x00, 0x00, 0x00, 0x31,                         // length 49
+      0x41, 0x56, 0x44, 0x53, 0x01, 0x02, 0x00, 0x01, // magic, version, SetValue, answer flag
+      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x09, // request id
+      0x00, 0x00, 0x00, 0x02,                         // error code
+      0x00, 0x00, 0x00, 0x01, 'D',                    // description
+      0x00, 0x00, 0x00, 0x00,                         // details
+      0x00, 0x00, 0x00, 0x01, 'M',                    // message
+      0x00, 0x00, 0x00, 0x01,                         // object id
+      0x00, 0x00, 0x00, 0x01, 'u',                    // urn
+      0x00, 0x00, 0x00, 0x02, '1', ':'};              // value text
+  EXPECT_EQ(EncodeAnswer(answer), expected);
+}
+
+TEST(DeviceStackProtocol, EveryRequestKindSurvivesARoundTrip) {
+  for (const Request& request : EveryRequestKind()) {
+    SCOPED_TRACE(KindName(KindOf(request.body)));
+    const Bytes encoded = EncodeRequest(request);
+    const Decoded<std::uint32_t> length = DecodeFrameLength(encoded.data());
+    ASSERT_TRUE(length);
+    EXPECT_EQ(length.Value(), encoded.size() - LengthPrefixSize);
+    const Decoded<Request> decoded = DecodeRequestFrame(encoded);
+    ASSERT_TRUE(decoded) << decoded.Error().message;
+    EXPECT_EQ(decoded.Value().requestId, request.requestId);
+    // Equal bodies encode to equal bytes; the variant index must match too.
+    EXPECT_EQ(decoded.Value().body.index(), request.body.index());
+    EXPECT_EQ(EncodeRequest(decoded.Value()), encoded);
+  }
+}
+
+TEST(DeviceStackProtocol, AnswersCarryThePayloadOfTheirKind) {
+  struct Case {
+    MessageKind kind;
+    bool value; // objectId and urn travel
+    bool text;
+  };
+  const Case cases[] = {
+      {MessageKind::GetValue, true, true},         {MessageKind::SetValue, true, true},
+      {MessageKind::Request, false, true},         {MessageKind::GetDeviceConfig, false, true},
+      {MessageKind::RegisterApplication, false, false},
+      {MessageKind::SendConfiguration, false, false},
+      {MessageKind::SetConfiguration, false, false},
+      {MessageKind::SetDeviceConfig, false, false}, {MessageKind::SetValueFormat, false, false},
+      {MessageKind::SetInternalValueFormat, false, false},
+      {MessageKind::ProtocolError, false, false},   {static_cast<MessageKind>(77), false, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(KindName(c.kind));
+    Answer answer;
+    answer.kind = c.kind;
+    answer.requestId = 42;
+    answer.error = {c.kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0, "d",
+                    "e", "m"};
+    answer.objectId = 5;
+    answer.urn = "urn:x";
+    answer.text = "t";
+    const Decoded<Answer> decoded = DecodeAnswerFrame(EncodeAnswer(answer));
+    ASSERT_TRUE(decoded) << decoded.Error().message;
+    const Answer& got = decoded.Value();
+    EXPECT_EQ(got.kind, c.kind);
+    EXPECT_EQ(got.requestId, 42U);
+    EXPECT_EQ(got.error.code, answer.error.code);
+    EXPECT_EQ(got.error.description, "d");
+    EXPECT_EQ(got.error.details, "e");
+    EXPECT_EQ(got.error.message, "m");
+    EXPECT_EQ(got.objectId, c.value ? 5U : 0U);
+    EXPECT_EQ(got.urn, c.value ? "urn:x" : "");
+    EXPECT_EQ(got.text, c.text ? "t" : "");
+  }
+}
+
+TEST(DeviceStackProtocol, EveryTruncationOfAFrameIsAnErrorValue) {
+  Answer answer;
+  answer.kind = MessageKind::GetValue;
+  answer.text = "3:21.5";
+  std::vector<Bytes> frames;
+  for (const Request& request : EveryRequestKind()) {
+    frames.push_back(Frame(EncodeRequest(request)));
+  }
+  const Bytes answerFrame = Frame(EncodeAnswer(answer));
+  for (const Bytes& frame : frames) {
+    for (std::size_t size = 0; size < frame.size(); ++size) {
+      // A copy of exactly `size` bytes, so that a read past it is caught by ASan.
+      const Bytes truncated(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
+      const Decoded<Request> decoded = DecodeRequest(truncated.data(), truncated.size());
+      ASSERT_FALSE(decoded) << "size " << size;
+      EXPECT_EQ(decoded.Error().code, ErrorCode::MalformedFrame);
+      EXPECT_EQ(decoded.Error().header.has_value(), size >= HeaderSize);
+    }
+  }
+  for (std::size_t size = 0; size < answerFrame.size(); ++size) {
+    const Bytes truncated(answerFrame.begin(), answerFrame.begin() + static_cast<std::ptrdiff_t>(size));
+    EXPECT_FALSE(DecodeAnswer(truncated.data(), truncated.size())) << "size " << size;
+  }
+}
+
+// Byte offsets in a frame without prefix.
+constexpr std::size_t VersionAt = 4, KindAt = 5, FlagsAt = 6, BodyAt = HeaderSize;
+
+TEST(DeviceStackProtocol, BadRequestFramesAreReportedWithTheirCode) {
+  const Bytes getValue = Frame(EncodeRequest({77, GetValueRequest{1, false}}));
+  const Bytes setDeviceConfig =
+      Frame(EncodeRequest({77, SetDeviceConfigRequest{{{"k", "v"}, {"l", "w"}}}}));
+  struct Case {
+    const char* name;
+    Bytes frame;
+    std::int32_t code;
+    bool header; // the header (request id 77) comes with the error
+    const char* message;
+  };
+  auto with = [](Bytes frame, std::size_t at, std::uint8_t byte) {
+    frame.at(at) = byte;
+    return frame;
+  };
+  Bytes trailing = getValue;
+  trailing.push_back(0);
+  Bytes duplicateKey = setDeviceConfig;
+  // The second key "l" becomes "k".
+  duplicateKey.at(BodyAt + 4 + 4 + 1 + 4 + 1 + 4) = 'k';
+  Bytes hugeCount = setDeviceConfig;
+  hugeCount.at(BodyAt) = 0x7F;
+  Bytes hugeString = Frame(EncodeRequest({77, FreeFormRequest{"abc"}}));
+  hugeString.at(BodyAt) = 0xFF;
+  const Case cases[] = {
+      {"wrong magic", with(getValue, 0, 'X'), ErrorCode::MalformedFrame, false,
+       "frame does not start with the protocol's magic"},
+      {"version 2", with(getValue, VersionAt, 2), ErrorCode::UnsupportedVersion, true,
+       "protocol version 2 is not supported (this side speaks 1)"},
+      {"kind 0", with(getValue, KindAt, 0), ErrorCode::UnknownKind, true,
+       "unknown request kind ProtocolError"},
+      {"kind 200", with(getValue, KindAt, 200), ErrorCode::UnknownKind, true,
+       "unknown request kind Kind200"},
+      {"answer flag", with(getValue, FlagsAt + 1, 1), ErrorCode::MalformedFrame, true,
+       "a request frame carries the answer flag"},
+      {"unknown flag", with(getValue, FlagsAt, 0x80), ErrorCode::MalformedFrame, true,
+       "unknown header flags 32768"},
+      {"boolean 2", with(getValue, BodyAt + 4, 2), ErrorCode::MalformedFrame, true,
+       "GetValue request: a boolean field holds 2"},
+      {"trailing byte", trailing, ErrorCode::MalformedFrame, true,
+       "GetValue request: 1 bytes after the last field"},
+      {"duplicate key", duplicateKey, ErrorCode::MalformedFrame, true,
+       "SetDeviceConfig request: device configuration key 'k' appears twice"},
+      {"huge count", hugeCount, ErrorCode::MalformedFrame, true,
+       "SetDeviceConfig request: a count of 2130706434 entries exceeds the frame"},
+      {"huge string", hugeString, ErrorCode::MalformedFrame, true,
+       "Request request: the frame ends inside a field"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Decoded<Request> decoded = DecodeRequest(c.frame.data(), c.frame.size());
+    ASSERT_FALSE(decoded);
+    EXPECT_EQ(decoded.Error().code, c.code);
+    EXPECT_EQ(decoded.Error().message, c.message);
+    ASSERT_EQ(decoded.Error().header.has_value(), c.header);
+    if (c.header) {
+      EXPECT_EQ(decoded.Error().header->requestId, 77U);
+    }
+  }
+}
+
+TEST(DeviceStackProtocol, AnswerDecodingRefusesRequestsAndUnknownKindsWithoutError) {
+  const Bytes request = Frame(EncodeRequest({1, GetValueRequest{}}));
+  const Decoded<Answer> fromRequest = DecodeAnswer(request.data(), request.size());
+  ASSERT_FALSE(fromRequest);
+  EXPECT_EQ(fromRequest.Error().message, "an answer frame lacks the answer flag");
+
+  Answer unknown;
+  unknown.kind = static_cast<MessageKind>(99);
+  const Decoded<Answer> decoded = DecodeAnswerFrame(EncodeAnswer(unknown));
+  ASSERT_FALSE(decoded);
+  EXPECT_EQ(decoded.Error().code, ErrorCode::UnknownKind);
+}
+
+TEST(DeviceStackProtocol, LengthPrefixIsBoundedOnBothSides) {
+  struct Case {
+    Bytes prefix;
+    std::int32_t code; // 0: accepted
+  };
+  const Case cases[] = {
+      {{0x00, 0x10, 0x00, 0x00}, 0},                          // exactly MaxFrameSize
+      {{0x00, 0x10, 0x00, 0x01}, ErrorCode::FrameTooLarge},   // one above
+      {{0xFF, 0xFF, 0xFF, 0xFF}, ErrorCode::FrameTooLarge},
+      {{0x00, 0x00, 0x00, 0x10}, 0},                          // a bare header
+      {{0x00, 0x00, 0x00, 0x0F}, ErrorCode::MalformedFrame},  // shorter than a header
+      {{0x00, 0x00, 0x00, 0x00}, ErrorCode::MalformedFrame},
+  };
+  for (const Case& c : cases) {
+    const Decoded<std::uint32_t> length = DecodeFrameLength(c.prefix.data());
+    EXPECT_EQ(length ? 0 : length.Error().code, c.code);
+  }
+}
+
+TEST(DeviceStackProtocol, EncodingAboveTheLimitThrows) {
+  const std::string justFits(MaxFrameSize - HeaderSize - 4, 'x');
+  EXPECT_EQ(EncodeRequest({1, FreeFormRequest{justFits}}).size(), LengthPrefixSize + MaxFrameSize);
+  EXPECT_THROW(EncodeRequest({1, FreeFormRequest{justFits + "x"}}), std::length_error);
+  Answer answer;
+  answer.kind = MessageKind::Request;
+  answer.text = justFits;
+  EXPECT_THROW(EncodeAnswer(answer), std::length_error);
+}
+
+} // namespace

@@ -1,0 +1,178 @@
+#include "ServiceProcess.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace DeviceStackTest {
+namespace {
+
+std::string MakeTemporaryDirectory() {
+  const char* base = std::getenv("TMPDIR");
+  std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") +
+                        "/avo-devicestackd-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) {
+    throw std::runtime_error("cannot create a temporary directory: " + std::string(std::strerror(errno)));
+  }
+  return pattern;
+}
+
+int ConnectTo(const std::string& path) {
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) {
+    return -1;
+  }
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    ::close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+int StatusOf(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+} // namespace
+
+std::string ServiceProcess::Executable() { return AVO_DEVICESTACKD_PATH; }
+
+ServiceProcess::ServiceProcess(std::vector<std::string> extraArguments, bool start)
+    : m_extraArguments(std::move(extraArguments)), m_directory(MakeTemporaryDirectory()),
+      m_socketPath(m_directory + "/service.sock"), m_statePath(m_directory + "/state"),
+      m_logPath(m_directory + "/service.log") {
+  if (start) {
+    Start();
+  }
+}
+
+ServiceProcess::~ServiceProcess() {
+  if (IsRunning()) {
+    Kill();
+  }
+  std::error_code ignored;
+  std::filesystem::remove_all(m_directory, ignored);
+}
+
+void ServiceProcess::AddArguments(const std::vector<std::string>& arguments) {
+  m_extraArguments.insert(m_extraArguments.end(), arguments.begin(), arguments.end());
+}
+
+void ServiceProcess::Start() {
+  if (IsRunning()) {
+    throw std::logic_error("the service is running already");
+  }
+  std::vector<std::string> arguments;
+  const std::string emulator = AVO_DEVICESTACKD_EMULATOR;
+  if (!emulator.empty()) {
+    arguments.push_back(emulator);
+  }
+  arguments.insert(arguments.end(), {Executable(), "--socket", m_socketPath, "--state", m_statePath});
+  arguments.insert(arguments.end(), m_extraArguments.begin(), m_extraArguments.end());
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) {
+    argv.push_back(argument.data());
+  }
+  argv.push_back(nullptr);
+
+  const int log = ::open(m_logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  if (log < 0) {
+    throw std::runtime_error("cannot open the service log " + m_logPath);
+  }
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    // Only async-signal-safe calls between fork and exec.
+    ::dup2(log, STDOUT_FILENO);
+    ::dup2(log, STDERR_FILENO);
+    ::execvp(argv[0], argv.data());
+    ::_exit(127);
+  }
+  ::close(log);
+  if (pid < 0) {
+    throw std::runtime_error("cannot fork: " + std::string(std::strerror(errno)));
+  }
+  m_pid = pid;
+
+  // Poll until the socket accepts; the bound keeps a broken service from
+  // hanging the test (an emulated service starts slowly).
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!TryConnect()) {
+    int status = 0;
+    if (::waitpid(m_pid, &status, WNOHANG) == m_pid) {
+      m_pid = -1;
+      throw std::runtime_error("the service ended with status " + std::to_string(StatusOf(status)) +
+                               " before it accepted:\n" + ReadLog());
+    }
+    if (std::chrono::steady_clock::now() > deadline) {
+      Kill();
+      throw std::runtime_error("the service did not accept within 30 s:\n" + ReadLog());
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
+
+bool ServiceProcess::TryConnect() const {
+  const int fd = ConnectTo(m_socketPath);
+  if (fd < 0) {
+    return false;
+  }
+  ::close(fd);
+  return true;
+}
+
+int ServiceProcess::Wait() {
+  if (!IsRunning()) {
+    throw std::logic_error("the service is not running");
+  }
+  int status = 0;
+  while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  m_pid = -1;
+  return StatusOf(status);
+}
+
+int ServiceProcess::Stop() {
+  if (IsRunning()) {
+    ::kill(m_pid, SIGTERM);
+  }
+  return Wait();
+}
+
+void ServiceProcess::Kill() {
+  if (IsRunning()) {
+    ::kill(m_pid, SIGKILL);
+  }
+  Wait();
+}
+
+int ServiceProcess::Connect() const {
+  const int fd = ConnectTo(m_socketPath);
+  if (fd < 0) {
+    throw std::runtime_error("cannot connect to " + m_socketPath + ": " + std::strerror(errno));
+  }
+  return fd;
+}
+
+std::string ServiceProcess::ReadLog() const {
+  std::ifstream file(m_logPath);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+} // namespace DeviceStackTest
