@@ -1,5 +1,6 @@
 // devicestack: requests through Avo::DscAsyncRequestMessenger against the
-// simulated device stack, one docket printed per request.
+// simulated device stack, or the device stack service behind --connect, one
+// docket printed per request.
 
 #include "Commands.h"
 #include "Json.h"
@@ -9,6 +10,7 @@
 #include "AvoObjectModel/DscAsyncRequestMessenger.h"
 #include "AvoObjectModel/RequestMessengerDeviceStack.h"
 #include "Polt/SimulatedDeviceStackClient.h"
+#include "Polt/SocketDeviceStackClient.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
@@ -16,8 +18,10 @@
 #include <fstream>
 #include <istream>
 #include <map>
+#include <memory>
 #include <ostream>
 #include <sstream>
+#include <stdexcept> // std::invalid_argument
 
 namespace AvoKnx {
 namespace {
@@ -191,22 +195,56 @@ ObjectModel ReadObjectModel(const Arguments& arguments) {
   return model;
 }
 
-// The simulated device stack with the adapter and the messenger on it, in
-// construction order; the messenger receives the answers while it lives.
-class Session {
+// The options that shape the simulated device stack; the service behind
+// --connect keeps its own objects and behaves as it does.
+const char* const kSimulationOptions[] = {"object", "delay", "drop", "duplicate", "error", "empty-id", "seed"};
+
+// Where the requests go: the simulated device stack in this process, or the
+// device stack service behind --connect.
+class DeviceStack {
 public:
-  Session(const Polt::SimulatedDeviceStackOptions& options, const ObjectModel& model,
-          boost::posix_time::time_duration timeout, unsigned int retries)
-      : m_deviceStack(options), m_adapter(m_deviceStack), m_messenger(m_adapter, timeout, retries) {
+  DeviceStack(const Polt::SimulatedDeviceStackOptions& options, const ObjectModel& model)
+      : m_simulation(std::make_unique<Polt::SimulatedDeviceStackClient>(options)) {
     for (const auto& object : model.objects) {
       std::string text;
       object.second.Serialize(text, false);
-      m_deviceStack.SetObject(object.first, text);
+      m_simulation->SetObject(object.first, text);
     }
+  }
+  explicit DeviceStack(const std::string& socketPath) {
+    Polt::SocketDeviceStackClientOptions options;
+    options.socketPath = socketPath;
+    m_service = std::make_unique<Polt::SocketDeviceStackClient>(options);
+  }
+
+  Polt::IDeviceStackClient& Client() {
+    return m_simulation ? static_cast<Polt::IDeviceStackClient&>(*m_simulation) : *m_service;
+  }
+
+  // Late and repeated answers log too: let the simulation's arrive before a
+  // docket is shown. The service's arrive when they arrive.
+  void Settle() const {
+    if (m_simulation) {
+      m_simulation->WaitUntilIdle(kSettleTime);
+    }
+  }
+
+private:
+  std::unique_ptr<Polt::SimulatedDeviceStackClient> m_simulation;
+  std::unique_ptr<Polt::SocketDeviceStackClient> m_service;
+};
+
+// The device stack with the adapter and the messenger on it, in construction
+// order; the messenger receives the answers while it lives.
+class Session {
+public:
+  Session(DeviceStack& deviceStack, boost::posix_time::time_duration timeout, unsigned int retries)
+      : m_deviceStack(deviceStack), m_adapter(m_deviceStack.Client()),
+        m_messenger(m_adapter, timeout, retries) {
     m_messenger.SetAsResponseHandler();
   }
   ~Session() {
-    m_deviceStack.WaitUntilIdle(kSettleTime);
+    m_deviceStack.Settle();
     m_messenger.UnsetAsResponseHandler();
   }
   Session(const Session&) = delete;
@@ -214,8 +252,7 @@ public:
 
   Avo::Docket Send(const Request& request) {
     const Avo::Docket docket = SendRequest(request);
-    // Late and repeated answers log too: let them arrive before the docket is shown.
-    m_deviceStack.WaitUntilIdle(kSettleTime);
+    m_deviceStack.Settle();
     return docket;
   }
 
@@ -237,7 +274,7 @@ private:
     return m_messenger.SetConfiguration(request.words[0], defaultTimeout, Avo::BoolReader([] { return true; }));
   }
 
-  Polt::SimulatedDeviceStackClient m_deviceStack;
+  DeviceStack& m_deviceStack;
   Avo::RemoteRequestMessengerDeviceStack m_adapter;
   Avo::DscAsyncRequestMessenger m_messenger;
 };
@@ -308,7 +345,24 @@ std::vector<Request> ReadRequests(Context& context, const ObjectModel& model) {
   return RequestsFromScript(file, model);
 }
 
+std::optional<std::string> ReadServiceSocket(const Arguments& arguments) {
+  const std::optional<std::string> socketPath = arguments.Value("connect");
+  if (!socketPath) {
+    return std::nullopt;
+  }
+  if (socketPath->empty()) {
+    throw UsageError("--connect needs the path of the device stack service's socket");
+  }
+  for (const char* option : kSimulationOptions) {
+    if (arguments.Has(option)) {
+      throw UsageError(std::string("--") + option + " shapes the simulated device stack; it does not apply with --connect");
+    }
+  }
+  return socketPath;
+}
+
 int RunDeviceStack(Context& context) {
+  const std::optional<std::string> socketPath = ReadServiceSocket(context.arguments);
   const Polt::SimulatedDeviceStackOptions options = ReadSimulation(context.arguments);
   const ObjectModel model = ReadObjectModel(context.arguments);
   const std::vector<Request> requests = ReadRequests(context, model);
@@ -317,7 +371,16 @@ int RunDeviceStack(Context& context) {
   const auto retries = static_cast<unsigned int>(
       ParseUnsigned(context.arguments.Value("retries").value_or("2"), 1000, "retries"));
 
-  Session session(options, model, timeout, retries);
+  std::unique_ptr<DeviceStack> deviceStack;
+  try {
+    deviceStack = socketPath ? std::make_unique<DeviceStack>(*socketPath) : std::make_unique<DeviceStack>(options, model);
+  } catch (const std::invalid_argument& error) {
+    throw UsageError(error.what());
+  }
+  // What the connection to a service had to say (it is not reachable, ...)
+  // comes before the first docket.
+  context.ShowLibraryLines(context.log.Take());
+  Session session(*deviceStack, timeout, retries);
   context.log.Discard();
   bool allValid = true;
   for (const Request& request : requests) {
@@ -332,16 +395,17 @@ int RunDeviceStack(Context& context) {
 
 const Command& DeviceStackCommand() {
   static const Command command{
-      "devicestack", "requests through the request messenger to a simulated device stack",
-      {{"script", true}, {"object", true}, {"type", true}, {"delay", true}, {"drop", true},
-       {"duplicate", true}, {"error", true}, {"empty-id", true}, {"seed", true}, {"timeout", true},
-       {"retries", true}},
+      "devicestack", "requests through the request messenger to a simulated device stack or the service",
+      {{"script", true}, {"connect", true}, {"object", true}, {"type", true}, {"delay", true},
+       {"drop", true}, {"duplicate", true}, {"error", true}, {"empty-id", true}, {"seed", true},
+       {"timeout", true}, {"retries", true}},
       RunDeviceStack,
       R"(usage: avo-knx devicestack [OPTIONS] REQUEST...
        avo-knx devicestack [OPTIONS] --script FILE     (FILE - is standard input)
 
 Sends each request through Avo::DscAsyncRequestMessenger to a simulated
-device stack (Polt::SimulatedDeviceStackClient) and prints its docket:
+device stack (Polt::SimulatedDeviceStackClient), or with --connect to the
+device stack service (Polt::SocketDeviceStackClient), and prints its docket:
 answered or not, valid or not, the reply, and the device stack's delivery
 error. Requests:
 
@@ -356,6 +420,10 @@ In a script, one request per line ("#" starts a comment); the VALUE of set and
 the TEXT of request and configure take the rest of the line.
 
 options:
+  --connect SOCKET    talk to the device stack service listening on SOCKET
+                      instead of the simulation (the simulation's options
+                      --object, --delay, --drop, --duplicate, --error,
+                      --empty-id and --seed do not apply)
   --object ID=VALUE   an object of the device stack at the start (repeatable)
   --type N            the value type of every set VALUE
   --delay MS|MIN-MAX  answer delay in milliseconds (default 0)
@@ -373,6 +441,7 @@ examples:
   avo-knx devicestack --object 100101=21.5 get 100101 set 100101 22.5 get 100101
   avo-knx devicestack request ping register app1 1.0 native
   avo-knx devicestack --drop 0.5 --timeout 100 --seed 7 request a request b
+  avo-knx devicestack --connect /run/avo-devicestackd.sock get 200133
 )"};
   return command;
 }
