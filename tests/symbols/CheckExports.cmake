@@ -105,7 +105,7 @@ foreach(symbol IN LISTS symbols)
     endif()
     if(NOT own AND NOT (is_data AND vague) AND NOT function_type
        AND NOT name MATCHES "^(std|boost|__gnu_cxx|log4cplus)::"
-       AND NOT name MATCHES "^__(odr_asan|asan|ubsan|tsan|sanitizer|sancov)")
+       AND NOT name MATCHES "^__(odr_asan|asan|ubsan|tsan|sanitizer|sancov|start___sancov|stop___sancov)")
       set(fault "not part of the interface")
     else()
       string(REGEX MATCHALL "AvoApp::[A-Za-z_][A-Za-z_0-9]*|Avo::[A-Za-z_][A-Za-z_0-9]*(<<)?"
