@@ -4,11 +4,7 @@
 
 #include <boost/io/quoted.hpp> // boost::io::quoted
 
-// The parser is a private dependency: its instantiations stay out of the
-// library's exported symbols.
-#pragma GCC visibility push(hidden)
 #include <rapidxml/rapidxml.hpp>
-#pragma GCC visibility pop
 
 #include <cstdint>
 #include <cstring> // std::memchr, std::strcspn, std::strlen, std::strstr
@@ -343,7 +339,7 @@ unsigned long ToObjectId(std::string_view text) {
 // order. Elements of other names are ignored at every level.
 // ---------------------------------------------------------------------------
 
-class __attribute__((visibility("hidden"))) AppHostConfigurationReader {
+class AppHostConfigurationReader {
 public:
   explicit AppHostConfigurationReader(AppHostConfiguration& configuration)
       : m_configuration(configuration) {}

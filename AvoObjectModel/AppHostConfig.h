@@ -1,5 +1,8 @@
 #pragma once
+/// @file
 /// The app host's start-up settings and the XML file they are read from.
+
+#include "AvoObjectModel/Export.h"
 
 #include <boost/core/noncopyable.hpp>
 #include <boost/optional/optional.hpp>
@@ -19,7 +22,7 @@ namespace Avo {
 /// five flags may be read and changed from any thread at any time; the paths
 /// and the data-point list are written only while loading, which is meant to
 /// happen once at start-up before other threads read them.
-class AppHostConfiguration : private boost::noncopyable {
+class AVO_OBJECTMODEL_EXPORT AppHostConfiguration : private boost::noncopyable {
 public:
   /// Where LoadConfigurationFile() reads the configuration.
   static constexpr const char* FilePath = "/opt/userdata/etc/avoapphost/avoapphostconfig.xml";
@@ -33,18 +36,27 @@ public:
   /// All defaults: flags off, no paths, no response data points. Reads no file.
   AppHostConfiguration() = default;
 
+  /// Debug mode: apps and hosts run from the debug root paths.
   bool IsInAppDebugMode() const;
+  /// The app host is not to be started.
   bool IsAppHostStartupDisabled() const;
+  /// The app connector host is not to be started.
   bool IsAppConnectorHostStartupDisabled() const;
+  /// The app host runs without a KNX connection.
   bool IsAppHostWithoutKNX() const;
+  /// The app host terminates when a firmware update begins.
   bool IsAppHostTerminateOnFirmwareUpdate() const;
 
+  /// Sets debug mode.
   void SetAppDebugMode(bool active);
+  /// Sets the app host's start-up switch.
   void SetAppHostStartupDisabled(bool disabled);
 
   /// Sets debug mode and returns the mode it had before.
   bool ReplaceAppDebugMode(bool active);
   /// Sets the connector host's start-up switch and returns its previous value.
+  /// Unlike SetAppHostStartupDisabled it reports the previous value; both
+  /// forms are kept for their existing callers.
   bool SetAppConnectorHostStartupDisabled(bool disabled);
 
   /// Root folder of native apps in debug mode.
@@ -71,7 +83,7 @@ public:
   /// Parses the zero-terminated XML text in place (the text is modified) and
   /// applies it. Returns false, after an ERROR line, when the text is not
   /// well-formed; nothing is applied then. Throws like LoadConfigurationFile
-  /// for a bad "ObjId".
+  /// for a bad "ObjId"; a null text fails AVO_ASSERT2 (Avo::AssertionFailed).
   bool LoadAppHostConfigXML(char* text);
 
 protected:
@@ -96,6 +108,6 @@ private:
 
 /// The whole content of a file, read as bytes. No value when the file cannot
 /// be opened or reading it fails.
-boost::optional<std::vector<char>> LoadFile(const std::string& path);
+AVO_OBJECTMODEL_EXPORT boost::optional<std::vector<char>> LoadFile(const std::string& path);
 
 } // namespace Avo

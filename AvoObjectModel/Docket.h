@@ -1,5 +1,8 @@
 #pragma once
+/// @file
 /// Avo::Docket: the outcome of one request to the device stack.
+
+#include "AvoObjectModel/Export.h"
 
 #include <string>
 #include <utility> // std::move
@@ -13,7 +16,7 @@ namespace Avo {
 /// when it got no answer, was aborted or ran out of retries, so callers test
 /// IsAnswered() first and never infer it from the strings. A docket has no
 /// lock of its own: whoever shares it between threads guards it.
-class Docket {
+class AVO_OBJECTMODEL_EXPORT Docket {
 public:
   /// Empty strings, not answered, reply not valid.
   Docket() = default;
@@ -23,10 +26,10 @@ public:
       : m_reply(std::move(reply)), m_deliveryError(std::move(deliveryError)),
         m_replyValid(replyValid), m_answered(answered) {}
 
-  Docket(const Docket&) = default;
-  Docket(Docket&&) noexcept = default;
-  Docket& operator=(const Docket&) = default;
-  Docket& operator=(Docket&&) noexcept = default;
+  Docket(const Docket&) = default;            ///< Copies all four fields.
+  Docket(Docket&&) noexcept = default;        ///< Takes the strings over.
+  Docket& operator=(const Docket&) = default; ///< Copies all four fields.
+  Docket& operator=(Docket&&) noexcept = default; ///< Takes the strings over.
   ~Docket() = default;
 
   /// Overwrites all four fields at once.

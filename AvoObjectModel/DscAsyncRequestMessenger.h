@@ -1,7 +1,9 @@
 #pragma once
+/// @file
 /// Avo::DscAsyncRequestMessenger: blocking requests over the device stack's
 /// asynchronous request and response traffic.
 
+#include "AvoObjectModel/Export.h"
 #include "Avo/Function.h" // Avo::BoolReader
 #include "AvoObjectModel/Docket.h"
 #include "AvoObjectModel/RequestMessengerDeviceStack.h"
@@ -33,9 +35,20 @@ namespace Avo {
 /// The owner calls SetAsResponseHandler before the first blocking request and
 /// UnsetAsResponseHandler before destroying the messenger. Any number of
 /// threads may call the operations at once.
-class DscAsyncRequestMessenger : public Polt::IDeviceStackClient::IResponseHandler {
+///
+/// Failures of the blocking requests: a request that gets an empty identifier
+/// is logged ("Request ID is empty, retrying", ERROR) and sent again; one
+/// whose answer does not come in time is logged ("No response received for
+/// ID ... with timeout ..., retrying", ERROR) and sent again; after the last
+/// attempt "Maximum number of retries (n) reached." is logged at ERROR and a
+/// default docket returned. An answer that carries an error is logged
+/// ("KEL error for request ...", ERROR) and returned as an answered docket
+/// whose reply is not valid, with the error's message. Nothing throws.
+class AVO_OBJECTMODEL_EXPORT DscAsyncRequestMessenger : public Polt::IDeviceStackClient::IResponseHandler {
 public:
+  /// Timeouts of the blocking requests.
   using time_duration = boost::posix_time::time_duration;
+  /// Properties of an object, by kind.
   using Properties = RequestMessengerDeviceStack::Properties;
 
   /// messenger must outlive this object. A zero timeout given to an operation
@@ -71,15 +84,18 @@ public:
   /// Sets properties of an object synchronously. Always answered; the reply is
   /// valid exactly when the device stack accepted the properties.
   Docket SetConfiguration(unsigned long id, const Properties& properties, bool flag);
-  /// Reads the device configuration text into config.
+  /// Reads the device configuration text into config, synchronously; false
+  /// when the device stack refuses.
   bool GetDeviceConfig(std::string& config, bool flag);
-  /// Writes device configuration entries.
+  /// Writes device configuration entries, synchronously; false when the
+  /// device stack refuses.
   bool SetDeviceConfig(const std::map<std::string, std::string>& config);
   /// Makes this messenger the receiver of the device stack's answers.
   void SetAsResponseHandler();
   /// Stops the device stack from delivering answers to this messenger.
   void UnsetAsResponseHandler();
-  /// Selects the device stack's native value format.
+  /// Selects the device stack's native value format; false when the device
+  /// stack refuses.
   bool EnableNativeFormat();
 
   /// Number of requests that are waiting for their answer right now.

@@ -1,8 +1,10 @@
 #pragma once
+/// @file
 /// The group value bridge: conversions between a KNX group value and a
 /// VELVALUE for a DPT given as one packed number, and the text and time
 /// helpers they use.
 
+#include "AvoObjectModel/Export.h"
 #include "Avo/Text.h" // Avo::UTF8String
 #include "Avo/VelValueHelper.h" // the Avo::ToVelValue overloads for plain values
 #include "AvoObjectModel/KnxKelMapping.h" // Avo::PackedDpt and the main-type table
@@ -57,13 +59,13 @@ namespace Avo {
 /// mismatch, unsupported main number, invalid date, time of day or text
 /// (each with one ERROR line); a scene number above 63 or an infinite float
 /// (silently).
-boost::optional<KnxStack::GroupValue> VelValueToGroupValue(const VELVALUE& value, PackedDpt dpt);
+AVO_OBJECTMODEL_EXPORT boost::optional<KnxStack::GroupValue> VelValueToGroupValue(const VELVALUE& value, PackedDpt dpt);
 
 /// Whether the table-driven KnxValueConverter accepts the group value for
 /// the DPT (its bit size taken from the group value's defined size). Every
 /// call builds and initialises a converter of its own, so checks share no
 /// state. DPTs that the converter does not know are accepted.
-bool CheckGroupValue(const KnxStack::GroupValue& value, PackedDpt dpt);
+AVO_OBJECTMODEL_EXPORT bool CheckGroupValue(const KnxStack::GroupValue& value, PackedDpt dpt);
 
 /// Decodes a received group value for a DPT (main number in the upper 16
 /// bits of dpt) into a record of the main number's type in the main-type
@@ -108,12 +110,12 @@ bool CheckGroupValue(const KnxStack::GroupValue& value, PackedDpt dpt);
 ///
 /// Logs "Decoding a KNX value took <times>" at INFO when a call takes 100 ms
 /// or more.
-boost::optional<VELVALUE> GroupValueToVelValue(const KnxStack::GroupValue& value, PackedDpt dpt);
+AVO_OBJECTMODEL_EXPORT boost::optional<VELVALUE> GroupValueToVelValue(const KnxStack::GroupValue& value, PackedDpt dpt);
 
 /// The text as valid UTF-8: valid text unchanged, byte for byte; otherwise
 /// every invalid sequence replaced by one "?" (a sequence cut off at the end
 /// of the text included). Never fails.
-UTF8String RepairUTF8(std::string text);
+AVO_OBJECTMODEL_EXPORT UTF8String RepairUTF8(std::string text);
 
 /// A record of expectedType holding the time point, read as local time, in
 /// its time member (set from the seconds count that mktime gives).
@@ -123,6 +125,6 @@ UTF8String RepairUTF8(std::string text);
 /// points (not-a-date-time, infinities) and local times that mktime cannot
 /// convert give an ivtEmpty record with a cleared time member instead. The
 /// same bounds apply on every platform, whatever the width of its time_t.
-VELVALUE ToVelValue(const boost::posix_time::ptime& time, VelValueType expectedType);
+AVO_OBJECTMODEL_EXPORT VELVALUE ToVelValue(const boost::posix_time::ptime& time, VelValueType expectedType);
 
 } // namespace Avo

@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// Converters between a VELVALUE and a KNX group value, one class per DPT
 /// family, and the range classes that bound and scale their values.
 ///
@@ -6,6 +7,7 @@
 /// converters hold no mutable state, so one object may convert on several
 /// threads at once.
 
+#include "AvoObjectModel/Export.h"
 #include "KnxStack/GroupValue.h"
 #include "VelValue.h"
 
@@ -23,15 +25,21 @@ namespace Avo {
 // ---------------------------------------------------------------------------
 
 /// Two pairs of signed 32-bit bounds.
-class IntegerRange {
+class AVO_OBJECTMODEL_EXPORT IntegerRange {
 public:
+  /// Computes the scale factor (external width / internal width). An empty
+  /// range (minimum equal to maximum) on either side is logged at ERROR
+  /// ("Failed to calculate the scale factor because of invalid ... range")
+  /// and leaves the factor at 1: the range is built all the same, so a
+  /// converter that holds it still converts, unscaled.
   IntegerRange(std::int32_t internalMinimum, std::int32_t internalMaximum,
                std::int32_t externalMinimum, std::int32_t externalMaximum);
 
-  std::int32_t GetInternalMinimum() const { return m_internalMinimum; }
-  std::int32_t GetInternalMaximum() const { return m_internalMaximum; }
-  std::int32_t GetExternalMinimum() const { return m_externalMinimum; }
-  std::int32_t GetExternalMaximum() const { return m_externalMaximum; }
+  std::int32_t GetInternalMinimum() const { return m_internalMinimum; } ///< value side
+  std::int32_t GetInternalMaximum() const { return m_internalMaximum; } ///< value side
+  std::int32_t GetExternalMinimum() const { return m_externalMinimum; } ///< bus side
+  std::int32_t GetExternalMaximum() const { return m_externalMaximum; } ///< bus side
+  /// External width divided by internal width; 1 when either range is empty.
   double GetScaleFactor() const { return m_scaleFactor; }
 
   /// "IntegerRange(<imin>, <imax>, <emin>, <emax>)".
@@ -48,15 +56,21 @@ private:
 };
 
 /// Two pairs of signed 64-bit bounds (for the unsigned 24- and 32-bit values).
-class LongIntegerRange {
+class AVO_OBJECTMODEL_EXPORT LongIntegerRange {
 public:
+  /// Computes the scale factor (external width / internal width). An empty
+  /// range (minimum equal to maximum) on either side is logged at ERROR
+  /// ("Failed to calculate the scale factor because of invalid ... range")
+  /// and leaves the factor at 1: the range is built all the same, so a
+  /// converter that holds it still converts, unscaled.
   LongIntegerRange(std::int64_t internalMinimum, std::int64_t internalMaximum,
                    std::int64_t externalMinimum, std::int64_t externalMaximum);
 
-  std::int64_t GetInternalMinimum() const { return m_internalMinimum; }
-  std::int64_t GetInternalMaximum() const { return m_internalMaximum; }
-  std::int64_t GetExternalMinimum() const { return m_externalMinimum; }
-  std::int64_t GetExternalMaximum() const { return m_externalMaximum; }
+  std::int64_t GetInternalMinimum() const { return m_internalMinimum; } ///< value side
+  std::int64_t GetInternalMaximum() const { return m_internalMaximum; } ///< value side
+  std::int64_t GetExternalMinimum() const { return m_externalMinimum; } ///< bus side
+  std::int64_t GetExternalMaximum() const { return m_externalMaximum; } ///< bus side
+  /// External width divided by internal width; 1 when either range is empty.
   double GetScaleFactor() const { return m_scaleFactor; }
 
   /// "IntegerRange(<imin>, <imax>, <emin>, <emax>)": the same prefix as
@@ -74,18 +88,25 @@ private:
 };
 
 /// A double range on the value side and a signed 32-bit range on the bus side.
-class FloatIntegerRange {
+class AVO_OBJECTMODEL_EXPORT FloatIntegerRange {
 public:
   /// Double range -671088.64 .. 670760.96 (the KNX 2-byte float's value
   /// limits), integer range -2147483648 .. 2147483647.
   FloatIntegerRange();
+  /// Computes the scale factor (integer width / double width). An empty
+  /// range (minimum equal to maximum) on either side is logged at ERROR
+  /// ("Failed to calculate the scale factor because of invalid double range"
+  /// or "... invalid integer range")
+  /// and leaves the factor at 1: the range is built all the same, so a
+  /// converter that holds it still converts, unscaled.
   FloatIntegerRange(double doubleMinimum, double doubleMaximum, std::int32_t integerMinimum,
                     std::int32_t integerMaximum);
 
-  double GetDoubleMinimum() const { return m_doubleMinimum; }
-  double GetDoubleMaximum() const { return m_doubleMaximum; }
-  std::int32_t GetIntegerMinimum() const { return m_integerMinimum; }
-  std::int32_t GetIntegerMaximum() const { return m_integerMaximum; }
+  double GetDoubleMinimum() const { return m_doubleMinimum; }         ///< value side
+  double GetDoubleMaximum() const { return m_doubleMaximum; }         ///< value side
+  std::int32_t GetIntegerMinimum() const { return m_integerMinimum; } ///< bus side
+  std::int32_t GetIntegerMaximum() const { return m_integerMaximum; } ///< bus side
+  /// Integer width divided by double width; 1 when either range is empty.
   double GetScaleFactor() const { return m_scaleFactor; }
 
   /// "FloatIntegerRange(<dmin>, <dmax>, <imin>, <imax>)".
@@ -102,15 +123,23 @@ private:
 };
 
 /// Two pairs of double bounds; the only range that orders its bounds.
-class FloatRange {
+class AVO_OBJECTMODEL_EXPORT FloatRange {
 public:
+  /// Computes the scale factor (external width / double width,
+  /// each bound pair taken in either order). An empty
+  /// range (minimum equal to maximum) on either side is logged at ERROR
+  /// ("Failed to calculate the scale factor because of invalid double range"
+  /// or "... invalid external range")
+  /// and leaves the factor at 1: the range is built all the same, so a
+  /// converter that holds it still converts, unscaled.
   FloatRange(double doubleMinimum, double doubleMaximum, double externalMinimum,
              double externalMaximum);
 
-  double GetDoubleMinimum() const { return m_doubleMinimum; }
-  double GetDoubleMaximum() const { return m_doubleMaximum; }
-  double GetExternalMinimum() const { return m_externalMinimum; }
-  double GetExternalMaximum() const { return m_externalMaximum; }
+  double GetDoubleMinimum() const { return m_doubleMinimum; }     ///< value side
+  double GetDoubleMaximum() const { return m_doubleMaximum; }     ///< value side
+  double GetExternalMinimum() const { return m_externalMinimum; } ///< bus side
+  double GetExternalMaximum() const { return m_externalMaximum; } ///< bus side
+  /// External width divided by double width; 1 when either range is empty.
   double GetScaleFactor() const { return m_scaleFactor; }
 
   /// "FloatRange(<dmin>, <dmax>, <emin>, <emax>)".
@@ -126,24 +155,39 @@ private:
   double m_scaleFactor = 1.0;
 };
 
-std::ostream& operator<<(std::ostream& os, const IntegerRange& range);
-std::ostream& operator<<(std::ostream& os, const LongIntegerRange& range);
-std::ostream& operator<<(std::ostream& os, const FloatIntegerRange& range);
-std::ostream& operator<<(std::ostream& os, const FloatRange& range);
+/// Writes range.ToString(), as log lines print ranges.
+AVO_OBJECTMODEL_EXPORT std::ostream& operator<<(std::ostream& os, const IntegerRange& range);
+/// Writes range.ToString(), as log lines print ranges.
+AVO_OBJECTMODEL_EXPORT std::ostream& operator<<(std::ostream& os, const LongIntegerRange& range);
+/// Writes range.ToString(), as log lines print ranges.
+AVO_OBJECTMODEL_EXPORT std::ostream& operator<<(std::ostream& os, const FloatIntegerRange& range);
+/// Writes range.ToString(), as log lines print ranges.
+AVO_OBJECTMODEL_EXPORT std::ostream& operator<<(std::ostream& os, const FloatRange& range);
 
 // ---------------------------------------------------------------------------
 // Converter interface.
 // ---------------------------------------------------------------------------
 
 /// Turns a VELVALUE into a group value for a DPT and back. Both operations
-/// return false on every refusal (with one ERROR line) and never throw for
-/// bad input; on false the output may be partly written.
-class KnxConverter {
+/// return false on every refusal (with one ERROR line); on false the output
+/// may be partly written. The KNX stack's exceptions pass through: callers
+/// that convert bytes from the bus go through KnxValueConverter, which
+/// catches them.
+class AVO_OBJECTMODEL_EXPORT KnxConverter {
 public:
   virtual ~KnxConverter() = default;
 
+  /// Writes value into group for dpt. False, after one ERROR line, when the
+  /// value's type or range does not fit the converter; group may then be
+  /// partly written. A KnxStack::GroupValueException of the group value's
+  /// setters is not caught here (KnxValueConverter catches and logs it).
   virtual bool ToKnxValue(const KNXDPT& dpt, const VELVALUE& value,
                           KnxStack::GroupValue& group) const = 0;
+  /// Reads group into value for dpt. False, after one ERROR line, when the
+  /// bytes do not hold a valid value of the DPT; value may then be partly
+  /// written. A group value with fewer bytes than the encoding needs raises
+  /// KnxStack::GroupValueException from its getter, which is not caught here
+  /// (KnxValueConverter catches and logs it).
   virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group,
                             VELVALUE& value) const = 0;
   /// A newly allocated copy of the same class (range included); the caller
@@ -155,12 +199,17 @@ public:
   /// and the general heap would be most of that check's cost. Each object is
   /// still a block of its own, owned and deleted like any other.
   static void* operator new(std::size_t size); // NOLINT(misc-new-delete-overloads): sized delete
+  /// Returns the block to the current thread's cache (or to the heap when the
+  /// cache is full), whichever thread allocated it.
   static void operator delete(void* block, std::size_t size) noexcept;
 
 protected:
   KnxConverter() = default;
+  /// Copies for Clone only: a converter is copied as its own class.
   KnxConverter(const KnxConverter&) = default;
+  /// Assignment for the derived classes only.
   KnxConverter& operator=(const KnxConverter&) = default;
+  /// Moves for the derived classes only (a converter holds no resources).
   KnxConverter(KnxConverter&&) = default;
   KnxConverter& operator=(KnxConverter&&) = default;
 };
@@ -189,6 +238,7 @@ protected:
 
 } // namespace detail
 
+/// Declares the two conversions of a converter class (this header only).
 #define AVO_KNX_CONVERTER_OPERATIONS                                                       \
   bool ToKnxValue(const KNXDPT& dpt, const VELVALUE& value, KnxStack::GroupValue& group)   \
       const override;                                                                      \
@@ -196,25 +246,25 @@ protected:
       const override
 
 /// Fall-back converter on raw bytes, through the platform's byte codec.
-class KnxConverterDefault final : public detail::ClonableKnxConverter<KnxConverterDefault> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterDefault final : public detail::ClonableKnxConverter<KnxConverterDefault> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 1.x, switching (1 bit).
-class KnxConverter1Bit final : public detail::ClonableKnxConverter<KnxConverter1Bit> {
+class AVO_OBJECTMODEL_EXPORT KnxConverter1Bit final : public detail::ClonableKnxConverter<KnxConverter1Bit> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 2.x, control with priority (2 bits).
-class KnxConverter2Bit final : public detail::ClonableKnxConverter<KnxConverter2Bit> {
+class AVO_OBJECTMODEL_EXPORT KnxConverter2Bit final : public detail::ClonableKnxConverter<KnxConverter2Bit> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 3.x, step control (4 bits).
-class KnxConverter4Bit final
+class AVO_OBJECTMODEL_EXPORT KnxConverter4Bit final
     : public detail::RangedKnxConverter<KnxConverter4Bit, FloatIntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -222,7 +272,7 @@ public:
 };
 
 /// DPT 4.x, one character.
-class KnxConverter8BitString final
+class AVO_OBJECTMODEL_EXPORT KnxConverter8BitString final
     : public detail::RangedKnxConverter<KnxConverter8BitString, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -230,7 +280,7 @@ public:
 };
 
 /// DPT 5.x, unsigned byte.
-class KnxConverterByte8BitUnsigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterByte8BitUnsigned final
     : public detail::RangedKnxConverter<KnxConverterByte8BitUnsigned, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -238,7 +288,7 @@ public:
 };
 
 /// DPT 6.x, signed byte.
-class KnxConverterInteger8BitSigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterInteger8BitSigned final
     : public detail::RangedKnxConverter<KnxConverterInteger8BitSigned, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -246,7 +296,7 @@ public:
 };
 
 /// DPT 6.020, status with a one-hot mode field.
-class KnxConverterStatus8Bit final
+class AVO_OBJECTMODEL_EXPORT KnxConverterStatus8Bit final
     : public detail::RangedKnxConverter<KnxConverterStatus8Bit, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -254,7 +304,7 @@ public:
 };
 
 /// DPT 7.x, unsigned 16-bit.
-class KnxConverterInteger16BitUnsigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterInteger16BitUnsigned final
     : public detail::RangedKnxConverter<KnxConverterInteger16BitUnsigned, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -262,7 +312,7 @@ public:
 };
 
 /// DPT 8.x, signed 16-bit.
-class KnxConverterInteger16BitSigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterInteger16BitSigned final
     : public detail::RangedKnxConverter<KnxConverterInteger16BitSigned, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -270,7 +320,7 @@ public:
 };
 
 /// 3-byte unsigned (DPT 232.x).
-class KnxConverterInteger24BitUnsigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterInteger24BitUnsigned final
     : public detail::RangedKnxConverter<KnxConverterInteger24BitUnsigned, LongIntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -278,7 +328,7 @@ public:
 };
 
 /// DPT 12.x, unsigned 32-bit.
-class KnxConverterInteger32BitUnsigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterInteger32BitUnsigned final
     : public detail::RangedKnxConverter<KnxConverterInteger32BitUnsigned, LongIntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -286,7 +336,7 @@ public:
 };
 
 /// DPT 13.x, signed 32-bit; the only converter that scales.
-class KnxConverterInteger32BitSigned final
+class AVO_OBJECTMODEL_EXPORT KnxConverterInteger32BitSigned final
     : public detail::RangedKnxConverter<KnxConverterInteger32BitSigned, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -294,7 +344,7 @@ public:
 };
 
 /// DPT 9.x, the KNX 2-byte float.
-class KnxConverterFloat16BitFloat final
+class AVO_OBJECTMODEL_EXPORT KnxConverterFloat16BitFloat final
     : public detail::RangedKnxConverter<KnxConverterFloat16BitFloat, FloatRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -302,7 +352,7 @@ public:
 };
 
 /// DPT 14.x, IEEE 754 single precision.
-class KnxConverterFloat32BitFloat final
+class AVO_OBJECTMODEL_EXPORT KnxConverterFloat32BitFloat final
     : public detail::RangedKnxConverter<KnxConverterFloat32BitFloat, FloatRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -310,25 +360,25 @@ public:
 };
 
 /// DPT 11.001, date.
-class KnxConverterDate final : public detail::ClonableKnxConverter<KnxConverterDate> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterDate final : public detail::ClonableKnxConverter<KnxConverterDate> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 10.001, time of day with day of week.
-class KnxConverterTimeOfDay final : public detail::ClonableKnxConverter<KnxConverterTimeOfDay> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterTimeOfDay final : public detail::ClonableKnxConverter<KnxConverterTimeOfDay> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 19.x, date and time (8 bytes).
-class KnxConverterDateTime final : public detail::ClonableKnxConverter<KnxConverterDateTime> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterDateTime final : public detail::ClonableKnxConverter<KnxConverterDateTime> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 17.001, scene number.
-class KnxConverterSceneNumber final
+class AVO_OBJECTMODEL_EXPORT KnxConverterSceneNumber final
     : public detail::RangedKnxConverter<KnxConverterSceneNumber, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -336,7 +386,7 @@ public:
 };
 
 /// DPT 18.001, scene control.
-class KnxConverterSceneControl final
+class AVO_OBJECTMODEL_EXPORT KnxConverterSceneControl final
     : public detail::RangedKnxConverter<KnxConverterSceneControl, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -344,7 +394,7 @@ public:
 };
 
 /// DPT 26.001, scene info.
-class KnxConverterSceneInfo final
+class AVO_OBJECTMODEL_EXPORT KnxConverterSceneInfo final
     : public detail::RangedKnxConverter<KnxConverterSceneInfo, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -352,7 +402,7 @@ public:
 };
 
 /// DPT 16.x, 14-byte string.
-class KnxConverter14ByteString final
+class AVO_OBJECTMODEL_EXPORT KnxConverter14ByteString final
     : public detail::RangedKnxConverter<KnxConverter14ByteString, IntegerRange> {
 public:
   using RangedKnxConverter::RangedKnxConverter;
@@ -362,7 +412,7 @@ public:
 #undef AVO_KNX_CONVERTER_OPERATIONS
 
 /// What a converter is, for programs that show the DPT catalogue.
-struct KnxConverterDescription {
+struct AVO_OBJECTMODEL_EXPORT KnxConverterDescription {
   /// The converter's class without the namespace ("KnxConverterFloat16BitFloat");
   /// empty for a class that this header does not define.
   std::string className;
@@ -373,6 +423,6 @@ struct KnxConverterDescription {
 };
 
 /// Names the class of the converter and the range it holds.
-KnxConverterDescription DescribeKnxConverter(const KnxConverter& converter);
+AVO_OBJECTMODEL_EXPORT KnxConverterDescription DescribeKnxConverter(const KnxConverter& converter);
 
 } // namespace Avo

@@ -1,9 +1,11 @@
 #pragma once
+/// @file
 /// Object-model identifiers of the KNX device, its logical devices, their
 /// communication objects (CO) and parameters and the app host's app-control
 /// objects; and, per DPT main number, the value type, subtype and default
 /// value of the values it carries.
 
+#include "AvoObjectModel/Export.h"
 #include "Avo/BoundedInt.h"
 #include "VelValue.h"
 
@@ -82,7 +84,7 @@ inline std::ostream& operator<<(std::ostream& os, ParameterType type) {
 ///   the IP and number parameters.
 /// - GetParameterNumberFromObjModelId answers in 8 bits (text parameters
 ///   256..500 come back modulo 256).
-class KnxKelMapping {
+class AVO_OBJECTMODEL_EXPORT KnxKelMapping {
 public:
   KnxKelMapping() = delete;
 
@@ -184,9 +186,9 @@ public:
 
   /// One row of the main-type table.
   struct DptMainType {
-    std::uint32_t mainNumber;
-    VelValueType valueType;
-    VelDP::VelValueSubType valueSubType;
+    std::uint32_t mainNumber;            ///< the DPT main number
+    VelValueType valueType;              ///< type of the main number's values
+    VelDP::VelValueSubType valueSubType; ///< subtype of the main number's values
   };
   /// Every row of the main-type table, by main number (smallest first), for
   /// programs that show the table; the default value of a row is

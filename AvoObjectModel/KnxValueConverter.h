@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// The table-driven conversion path between KNX group values and VELVALUE
 /// records: the DPT value map (one row per convertible DPT, each owning its
 /// converter), the DPT catalogue that fills it, Avo::KnxValueConverter and
@@ -8,6 +9,7 @@
 /// convert through one converter at once; Init must not run while another
 /// thread converts through the same object.
 
+#include "AvoObjectModel/Export.h"
 #include "AvoObjectModel/KnxConverter.h"
 #include "KnxStack/GroupValue.h"
 #include "VelValue.h"
@@ -27,7 +29,7 @@ namespace Avo {
 /// bits), the value type and subtype that a VELVALUE for it carries, and the
 /// converter that does the work. A row owns its converter exclusively:
 /// building a row from a converter and copying a row both clone it.
-class DptValueEntry {
+class AVO_OBJECTMODEL_EXPORT DptValueEntry {
 public:
   /// A row holding a clone of `converter`; a null converter gives a row without one.
   DptValueEntry(const KNXDPT& dpt, VelValueType valueType, VelDP::VelValueSubType valueSubType,
@@ -44,12 +46,18 @@ public:
   DptValueEntry(const DptValueEntry& other);
   /// Takes the other row's converter over; the other row is left without one.
   DptValueEntry(DptValueEntry&& other) noexcept = default;
+  /// Copies DPT and types and clones the converter; the row is unchanged
+  /// when the clone cannot be made.
   DptValueEntry& operator=(const DptValueEntry& other);
+  /// Takes the other row's converter over; the other row is left without one.
   DptValueEntry& operator=(DptValueEntry&& other) noexcept = default;
   virtual ~DptValueEntry() = default;
 
+  /// The DPT with the bit size of its group values.
   const KNXDPT& GetDpt() const { return m_dpt; }
+  /// The value type of the row's VELVALUE records.
   VelValueType GetValueType() const { return m_valueType; }
+  /// The value subtype of the row's VELVALUE records.
   VelDP::VelValueSubType GetValueSubType() const { return m_valueSubType; }
   /// The row's own converter; null for a row built without one.
   const KnxConverter* GetConverter() const { return m_converter.get(); }
@@ -66,19 +74,24 @@ private:
 /// key. A row with sub number 0 stands for its whole main number ("main.x")
 /// and serves every sub number that has no row of its own. Copying the map
 /// clones every converter.
-class DptValueMap {
+class AVO_OBJECTMODEL_EXPORT DptValueMap {
 public:
   /// Rows held inside the map object itself: the whole catalogue. A map is
   /// built for every value check, so its rows must not cost an allocation
   /// of their own; further rows go to the heap.
   static constexpr std::size_t kInlineRows = 53;
+  /// The row storage.
   using Rows = boost::container::small_vector<DptValueEntry, kInlineRows>;
+  /// Iterates over the rows in key order.
   using const_iterator = Rows::const_iterator;
 
+  /// No rows.
   DptValueMap() = default;
+  /// Copies every row, cloning its converter.
   DptValueMap(const DptValueMap&) = default;
   /// Takes the other map's rows over; the other map is left empty.
   DptValueMap(DptValueMap&& other) noexcept;
+  /// Copies every row, cloning its converter.
   DptValueMap& operator=(const DptValueMap&) = default;
   /// Takes the other map's rows over; the other map is left empty.
   DptValueMap& operator=(DptValueMap&& other) noexcept;
@@ -136,8 +149,9 @@ public:
   std::size_t GetSize() const { return m_entries.size(); }
   /// Number of distinct main numbers.
   std::size_t GetMainNumberCount() const;
-  /// The rows in key order.
+  /// The first row in key order.
   const_iterator begin() const { return m_entries.begin(); }
+  /// Past the last row.
   const_iterator end() const { return m_entries.end(); }
 
   /// What a failed lookup returns: DPT 0.0 with 0 bits, value type 1, subtype
@@ -188,9 +202,13 @@ private:
 /// catalogue. Construct, call Init, then convert. Where the caller does not
 /// know the DPT (main number 0), a default DPT is chosen from the value's
 /// type or from the bit size. Conversions return false with one logged line
-/// on failure and never let a KnxStack::GroupValueException escape; a DPT
-/// without a catalogue row is accepted as valid (true, with two ERROR lines).
-class KnxValueConverter {
+/// on failure and never let a KnxStack::GroupValueException escape (it is
+/// caught and logged: "Exception caught during conversion of ..."). A DPT
+/// without a catalogue row is accepted as valid: true, after the ERROR lines
+/// "No Entry found for DPT = ..." (GetEntry's and the conversion's own) and
+/// "Assume validity and accept value!". Kept so that values of DPTs this
+/// library does not know still pass.
+class AVO_OBJECTMODEL_EXPORT KnxValueConverter {
 public:
   /// Defined size that marks a main number of variable size: such values
   /// pass the bit-size check whatever their size.
@@ -198,9 +216,13 @@ public:
 
   /// An empty map: call Init before converting.
   KnxValueConverter() = default;
+  /// Copies the map, cloning every row's converter.
   KnxValueConverter(const KnxValueConverter&) = default;
+  /// Takes the other converter's rows over; it is left with an empty map.
   KnxValueConverter(KnxValueConverter&&) noexcept = default;
+  /// Copies the map, cloning every row's converter.
   KnxValueConverter& operator=(const KnxValueConverter&) = default;
+  /// Takes the other converter's rows over; it is left with an empty map.
   KnxValueConverter& operator=(KnxValueConverter&&) noexcept = default;
   virtual ~KnxValueConverter() = default;
 
@@ -260,7 +282,7 @@ private:
 /// KnxValueConverter with the serialised text form of a VELVALUE
 /// (VELVALUE::Serialize / Deserialize) on the value side. DPT choice,
 /// checks, results and log lines are those of KnxValueConverter.
-class AvoKnxValueConverter : public KnxValueConverter {
+class AVO_OBJECTMODEL_EXPORT AvoKnxValueConverter : public KnxValueConverter {
 public:
   using KnxValueConverter::FromKnxValue;
   using KnxValueConverter::ToKnxValue;

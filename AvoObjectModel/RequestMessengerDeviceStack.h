@@ -1,7 +1,9 @@
 #pragma once
+/// @file
 /// The device stack as the request messenger sees it: an abstract interface
 /// and its implementation over the device stack client.
 
+#include "AvoObjectModel/Export.h"
 #include "Polt/IDeviceStackClient.h"
 #include "VelValue.h"
 
@@ -18,8 +20,9 @@ namespace Avo {
 /// device stack assigned (empty when the request could not be sent); its answer
 /// arrives later through the registered response handler.
 // NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): boost::noncopyable
-class RequestMessengerDeviceStack : private boost::noncopyable {
+class AVO_OBJECTMODEL_EXPORT RequestMessengerDeviceStack : private boost::noncopyable {
 public:
+  /// Properties of an object, by kind.
   using Properties =
       std::map<Polt::IDeviceStackClient::PropertyType, Polt::IDeviceStackClient::Property>;
 
@@ -54,9 +57,12 @@ public:
 
 /// RequestMessengerDeviceStack over a device stack client (not owned). It turns
 /// a VELVALUE into the text that the client sends, in the internal value format
-/// when that is switched on; everything else is forwarded unchanged.
+/// when that is switched on; everything else is forwarded unchanged, and so
+/// are the client's results and exceptions (an empty request identifier or
+/// false when the client refuses). EnableNativeFormat selects the format
+/// named "Native".
 // NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): noncopyable base
-class RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
+class AVO_OBJECTMODEL_EXPORT RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
 public:
   /// The client must outlive the adapter.
   explicit RemoteRequestMessengerDeviceStack(Polt::IDeviceStackClient& client);

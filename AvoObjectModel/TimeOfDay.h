@@ -1,6 +1,8 @@
 #pragma once
+/// @file
 /// Conversions between the platform's time record and a time of day.
 
+#include "AvoObjectModel/Export.h"
 #include "AvoApp/TimeOfDay.h"
 #include "VelValue.h"
 
@@ -12,10 +14,10 @@ namespace AvoApp {
 /// weekday mask mapped to a day (a single day bit gives that day; 0 and any
 /// combination of days give no day). No value when TimeOfDay::Create refuses
 /// the fields.
-boost::optional<TimeOfDay> FromVelTime(const VELTIME& time);
+AVO_OBJECTMODEL_EXPORT boost::optional<TimeOfDay> FromVelTime(const VELTIME& time);
 
 /// The weekday mask of a day of week (0 no day, 1 Monday .. 7 Sunday). Any
 /// other value is a program bug: the unreachable report, then termination.
-VelWeekDays::WEEK_DAY_TYPES ToVelWeekday(DayOfWeek day);
+AVO_OBJECTMODEL_EXPORT VelWeekDays::WEEK_DAY_TYPES ToVelWeekday(DayOfWeek day);
 
 } // namespace AvoApp

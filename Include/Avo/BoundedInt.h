@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// Avo::BoundedInt: an integer confined to a closed range, checked once at
 /// construction so that every later use may rely on it.
 
@@ -15,8 +16,8 @@ class BoundedInt {
   static_assert(Minimum <= Maximum, "empty range");
 
 public:
-  static constexpr T kMinimum = Minimum;
-  static constexpr T kMaximum = Maximum;
+  static constexpr T kMinimum = Minimum; ///< smallest allowed value
+  static constexpr T kMaximum = Maximum; ///< largest allowed value
 
   /// Implicit, so that a literal stands for a bounded number where one is
   /// expected (GetCoChannelObjModelId(1, 1)); the range is checked all the same.
@@ -25,6 +26,7 @@ public:
     AVO_ASSERT2(value >= Minimum && value <= Maximum);
   }
 
+  /// The number.
   T Get() const { return m_value; }
   /// Reads as the plain number (comparisons and arithmetic included).
   operator T() const { return m_value; } // NOLINT(google-explicit-constructor)

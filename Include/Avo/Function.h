@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// Avo::function: a small copyable callable holder. Copies share the target
 /// behind a shared pointer, so copying is cheap and never copies the target.
 
@@ -13,6 +14,8 @@ namespace Avo {
 template <class Signature>
 class function;
 
+/// Holds any callable of the signature R(Args...), like std::function, but
+/// copies share one target instead of copying it.
 template <class R, class... Args>
 class function<R(Args...)> {
 public:
@@ -24,11 +27,14 @@ public:
   function(F&& f) // NOLINT(google-explicit-constructor): converts like std::function
       : m_storage(std::make_shared<Target<std::decay_t<F>>>(std::forward<F>(f))) {}
 
+  /// Calls the target; an empty holder fails AVO_ASSERT2(m_storage)
+  /// (Avo::AssertionFailed).
   R operator()(Args... args) const {
     AVO_ASSERT2(m_storage);
     return m_storage->Call(std::forward<Args>(args)...);
   }
 
+  /// True when the holder has a target.
   explicit operator bool() const { return static_cast<bool>(m_storage); }
 
 private:

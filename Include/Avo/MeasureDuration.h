@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// Avo::MeasureDuration: times a scope and reports how long it took.
 
 #include "Avo/Logging.h"
@@ -17,11 +18,11 @@ namespace Avo {
 /// construction and reports in its destructor, whichever way the scope is left.
 /// The times are read at the end only when they are reported.
 ///
-/// - With a limit: one INFO line "<message><times>" when the wall time reached
+/// - With a limit: one INFO line `<message><times>` when the wall time reached
 ///   the limit, nothing below it.
 /// - Without a limit: the same line at TRACE, always.
 ///
-/// <times> is the timer's standard text with six decimal places, e.g.
+/// `<times>` is the timer's standard text with six decimal places, e.g.
 /// "0.000012s wall, 0.000000s user + 0.000000s system = 0.000000s CPU (n/a%)".
 ///
 /// The message is kept as a pointer and never copied, so timing a scope

@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// Reports code paths that must never run: one FATAL line naming the source
 /// location, then the process terminates.
 
@@ -12,8 +13,9 @@
 
 namespace Avo {
 
-/// Logs "This statement should not be executed. There is a bug somewhere
-/// around <file>:<line>" at FATAL level and terminates the process.
+/// Logs at FATAL level "This statement should not be executed. There is a
+/// bug somewhere around " followed by file, ":" and line, and terminates the
+/// process.
 [[noreturn]] inline void ReportUnreachable(const char* function, const char* file, int line) {
   const log4cplus::Logger& logger = GetGlobalDefaultLogger();
   if (logger.isEnabledFor(log4cplus::FATAL_LOG_LEVEL)) {

@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// Typed construction of VELVALUE records and the checked Avo::ToVelValue
 /// overloads that decoders build their results with.
 

@@ -1,7 +1,10 @@
 #pragma once
+/// @file
 /// The platform's typed value record VELVALUE, its date and time part
 /// VELTIME, the value-type and subtype tags, the KNX datapoint type identity
 /// KNXDPT and the raw byte codec.
+
+#include "Avo/PlatformExport.h"
 
 #include <cstdint>
 #include <ctime> // std::tm
@@ -54,7 +57,7 @@ enum VelValueSubType : std::int32_t {
 };
 
 /// Printable name of a subtype tag; unknown tags print as "Subtype<number>".
-std::string GetNameFromValueSubType(VelValueSubType subType);
+AVO_PLATFORM_EXPORT std::string GetNameFromValueSubType(VelValueSubType subType);
 } // namespace VelDP
 
 namespace VelWeekDays {
@@ -73,8 +76,8 @@ enum WEEK_DAY_TYPES : std::uint16_t {
 
 /// Date and time part of a VELVALUE. Trivial, so that it can live in the
 /// record's value union; a VELVALUE clears it on construction.
-struct VELTIME {
-  std::uint16_t year;
+struct AVO_PLATFORM_EXPORT VELTIME {
+  std::uint16_t year;  ///< full year, e.g. 2024
   std::uint8_t month;  ///< 1..12
   std::uint8_t day;    ///< 1..31
   std::uint8_t hour;   ///< 0..23
@@ -112,12 +115,15 @@ struct VELTIME {
 
   /// Field by field.
   bool operator==(const VELTIME& other) const;
+  /// Not operator==.
   bool operator!=(const VELTIME& other) const { return !(*this == other); }
 };
 
 /// The platform's typed value record.
-struct VELVALUE {
+struct AVO_PLATFORM_EXPORT VELVALUE {
+  /// Type tag: which member holds the value.
   VelValueType ivt;
+  /// The value of the numeric, date and time types; ivt names the member in use.
   union {
     std::uint8_t byVal;
     std::uint16_t wVal;
@@ -126,6 +132,8 @@ struct VELVALUE {
     double dblVal;
     VELTIME tmVal;
   };
+  /// The value of the text and byte types (ivtString, ivtData40, ivtByteArray,
+  /// ivtStepBytes).
   std::string strVal;
   /// Set at construction from the tag: 1 for ivtNone, 0 for ivtEmpty, 2 otherwise.
   std::uint8_t status;
@@ -135,9 +143,13 @@ struct VELVALUE {
   /// A zeroed record of the given type.
   explicit VELVALUE(VelValueType type);
 
+  /// A full copy: tag, value area, text and status.
   VELVALUE(const VELVALUE&) = default;
+  /// Takes the text over; the rest is copied.
   VELVALUE(VELVALUE&&) noexcept = default;
+  /// A full copy: tag, value area, text and status.
   VELVALUE& operator=(const VELVALUE&) = default;
+  /// Takes the text over; the rest is copied.
   VELVALUE& operator=(VELVALUE&&) noexcept = default;
   ~VELVALUE() = default;
 
@@ -147,6 +159,7 @@ struct VELVALUE {
   /// as numbers, except that every NaN equals every other NaN, so that a record
   /// always equals its copy.
   bool operator==(const VELVALUE& other) const;
+  /// Not operator==.
   bool operator!=(const VELVALUE& other) const { return !(*this == other); }
 
   /// One human-readable line, e.g. "Float 21.5", "String \"abc\"", "Empty";
@@ -167,38 +180,44 @@ struct VELVALUE {
   static std::string GetNameFromValueType(VelValueType type);
 };
 
-std::ostream& operator<<(std::ostream& os, const VELVALUE& value);
+/// Writes value.ToString(), as log lines print values.
+AVO_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& os, const VELVALUE& value);
 
 /// Identity of a KNX datapoint type: size in bits, main number, sub number.
-struct KNXDPT {
+struct AVO_PLATFORM_EXPORT KNXDPT {
   std::uint8_t bitSize = 0;     ///< 0 = not known
   std::uint16_t mainNumber = 0; ///< 0 = not known
   std::uint16_t subNumber = 0;  ///< 0 also marks a main.x catalogue row
 
+  /// DPT 0.0 with 0 bits: not known.
   KNXDPT() = default;
+  /// The DPT main.sub with a size of bits.
   KNXDPT(std::uint8_t bits, std::uint16_t main, std::uint16_t sub)
       : bitSize(bits), mainNumber(main), subNumber(sub) {}
 
+  /// Field by field, the bit size included.
   bool operator==(const KNXDPT& other) const {
     return bitSize == other.bitSize && mainNumber == other.mainNumber &&
            subNumber == other.subNumber;
   }
+  /// Not operator==.
   bool operator!=(const KNXDPT& other) const { return !(*this == other); }
 
   /// "9.1" for DPT 9.001: main, a full stop, sub, in decimal.
   std::string ToString() const;
 };
 
-std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt);
+/// Writes dpt.ToString() ("9.1").
+AVO_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt);
 
 /// Writes the raw bytes of a value, big-endian (layouts in
 /// docs/value-text-form.md). size is the buffer's capacity on entry and the
 /// number of bytes written on return. False, with size untouched, for a
 /// buffer that is too small or a type without a byte form.
-bool VelValueToByteArray(const VELVALUE& value, unsigned char* buffer, unsigned int& size);
+AVO_PLATFORM_EXPORT bool VelValueToByteArray(const VELVALUE& value, unsigned char* buffer, unsigned int& size);
 
 /// Reads raw bytes into a value of the type that value.ivt names. shortForm
 /// marks a 1-bit group value. False, with value untouched, when the bytes do
 /// not fit the type.
-bool ByteArrayToVelValue(const unsigned char* data, unsigned int size, VELVALUE& value,
+AVO_PLATFORM_EXPORT bool ByteArrayToVelValue(const unsigned char* data, unsigned int size, VELVALUE& value,
                          bool shortForm);

@@ -8,9 +8,7 @@
 #include <cstdint>
 #include <string>
 
-// Internal to the library: not exported, so calls between its files stay
-// direct.
-#pragma GCC visibility push(hidden)
+// Internal to the library (hidden like everything not marked for export).
 namespace VelValueInternal {
 
 /// Which member of a VELVALUE holds the value of a type, and how.
@@ -52,4 +50,3 @@ void AppendValueBody(std::string& out, const VELVALUE& value, ValueKind kind);
 void AppendDecimal(std::string& out, std::int64_t number);
 
 } // namespace VelValueInternal
-#pragma GCC visibility pop

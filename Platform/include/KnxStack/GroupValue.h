@@ -1,7 +1,10 @@
 #pragma once
+/// @file
 /// KNX group values: raw bytes in bus order plus a defined size in bits, with
 /// typed setters and getters for the datapoint type encodings. Every encoding's
 /// bit layout is written beside its implementation (GroupValue.cpp).
+
+#include "Avo/PlatformExport.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -15,7 +18,7 @@ namespace KnxStack {
 
 /// Raised by BinaryData and GroupValue when bytes are missing for a read or a
 /// field lies outside its encoding.
-class GroupValueException : public std::runtime_error {
+class AVO_PLATFORM_EXPORT GroupValueException : public std::runtime_error {
 public:
   using std::runtime_error::runtime_error;
 };
@@ -23,16 +26,24 @@ public:
 /// Growable byte buffer, bytes in bus order. Up to kInlineBytes bytes live
 /// inside the object, so that the group values of every standard encoding
 /// (the widest is the 14-byte string) cost no allocation.
-class BinaryData {
+class AVO_PLATFORM_EXPORT BinaryData {
 public:
+  /// Bytes held inside the object before the buffer allocates.
   static constexpr unsigned int kInlineBytes = 14;
 
+  /// No bytes.
   BinaryData() = default;
+  /// A copy of size bytes from data; raises GroupValueException for a null
+  /// data with a non-zero size.
   BinaryData(const unsigned char* data, unsigned int size);
+  /// The given bytes, in order.
   explicit BinaryData(std::vector<std::uint8_t> bytes);
 
+  /// Number of bytes.
   unsigned int GetSize() const { return static_cast<unsigned int>(m_bytes.size()); }
+  /// True when there are no bytes.
   bool IsEmpty() const { return m_bytes.empty(); }
+  /// The bytes (GetSize() of them); valid until the buffer changes.
   const std::uint8_t* GetData() const { return m_bytes.data(); }
   /// A copy of the bytes.
   std::vector<std::uint8_t> GetBytes() const { return {m_bytes.begin(), m_bytes.end()}; }
@@ -62,7 +73,9 @@ public:
   /// The bytes as upper-case hex pairs separated by blanks ("0C 33"); "" when empty.
   std::string ToString() const;
 
+  /// Same bytes.
   bool operator==(const BinaryData& other) const { return m_bytes == other.m_bytes; }
+  /// Not operator==.
   bool operator!=(const BinaryData& other) const { return !(*this == other); }
 
 private:
@@ -70,7 +83,7 @@ private:
 };
 
 /// A KNX group value.
-class GroupValue {
+class AVO_PLATFORM_EXPORT GroupValue {
 public:
   /// Day of week of the time-of-day encoding.
   enum DayOfWeek : std::uint8_t {
@@ -92,6 +105,7 @@ public:
   /// Defined size in bits: the size of the encoding that a typed setter wrote,
   /// or the size given with raw data.
   unsigned int GetDefinedSize() const { return m_definedSize; }
+  /// The bytes in bus order.
   const BinaryData& GetRawData() const { return m_data; }
   /// Replaces the bytes; the defined size becomes 8 bits per byte.
   void SetRawData(const BinaryData& data);
@@ -122,28 +136,33 @@ public:
 
   // Getters; each raises GroupValueException when the value holds fewer
   // bytes than its encoding needs.
-  bool GetAsBoolean() const;
-  unsigned char GetAsUnsigned2() const;
-  unsigned char GetAsUnsigned3() const;
-  unsigned char GetAsUnsigned4() const;
-  unsigned char GetAsUnsigned8() const;
-  signed char GetAsSigned8() const;
-  std::uint16_t GetAsUnsigned16() const;
-  std::int16_t GetAsSigned16() const;
-  std::uint32_t GetAsUnsigned32() const;
-  std::int32_t GetAsSigned32() const;
+  bool GetAsBoolean() const;                 ///< 1 bit
+  unsigned char GetAsUnsigned2() const;      ///< 2 bits
+  unsigned char GetAsUnsigned3() const;      ///< 3 bits
+  unsigned char GetAsUnsigned4() const;      ///< 4 bits
+  unsigned char GetAsUnsigned8() const;      ///< 8 bits
+  signed char GetAsSigned8() const;          ///< 8 bits
+  std::uint16_t GetAsUnsigned16() const;     ///< 16 bits
+  std::int16_t GetAsSigned16() const;        ///< 16 bits
+  std::uint32_t GetAsUnsigned32() const;     ///< 32 bits
+  std::int32_t GetAsSigned32() const;        ///< 32 bits
   /// 0x7FFF gives 32767.0.
   double GetAsFloat16() const;
-  float GetAsFloat32() const;
-  /// Day, month and the full year (two-digit years 90..99 are 19xx, 0..89 20xx).
+  float GetAsFloat32() const;               ///< IEEE 754 single, 32 bits
+  /// Day, month and the full year (two-digit years 90..99 are 19xx, 0..89
+  /// 20xx); a null pointer skips its field.
   void GetAsDate(int* day, int* month, int* year) const;
+  /// Hour, minute, second and day of week as the bytes hold them (not
+  /// range-checked); a null pointer skips its field.
   void GetAsTimeOfDay(int* hour, int* minute, int* second, DayOfWeek* day) const;
   /// The text up to the first 0x00 byte (at most 14 bytes).
   std::string GetAsString14() const;
 
+  /// Same defined size and same bytes.
   bool operator==(const GroupValue& other) const {
     return m_definedSize == other.m_definedSize && m_data == other.m_data;
   }
+  /// Not operator==.
   bool operator!=(const GroupValue& other) const { return !(*this == other); }
 
 private:

@@ -1,7 +1,9 @@
 #pragma once
+/// @file
 /// Polt::DeviceStackError: the error state that comes with every answer of
 /// the device stack.
 
+#include "Avo/PlatformExport.h"
 #include "Polt/IDeviceStackClient.h"
 
 #include <string>
@@ -10,7 +12,7 @@ namespace Polt {
 
 /// A concrete IDeviceStackClient::IError. A default-constructed one is "no
 /// error": code 0 and empty texts, as every successful answer carries.
-class DeviceStackError final : public IDeviceStackClient::IError {
+class AVO_PLATFORM_EXPORT DeviceStackError final : public IDeviceStackClient::IError {
 public:
   /// No error.
   DeviceStackError() = default;
@@ -18,9 +20,13 @@ public:
   /// message meant for the requester.
   DeviceStackError(int code, std::string description, std::string details, std::string message);
 
+  /// The code given at construction; 0 for no error.
   int GetCode() const override;
+  /// The error's class.
   const std::string& GetDescription() const override;
+  /// What the error concerns.
   const std::string& GetDetails() const override;
+  /// The message meant for the requester.
   std::string GetMessage() const override;
 
 private:

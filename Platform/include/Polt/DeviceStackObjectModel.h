@@ -1,8 +1,10 @@
 #pragma once
+/// @file
 /// Polt::DeviceStackObjectModel: what a device stack keeps and how its
 /// requests change it, without any transport. The simulated device stack and
 /// the device stack service both answer from one.
 
+#include "Avo/PlatformExport.h"
 #include "Polt/DeviceStackError.h"
 #include "Polt/IDeviceStackClient.h"
 
@@ -19,8 +21,9 @@ namespace Polt {
 ///
 /// Value texts are stored as given; checking them is the owner's business.
 /// Not thread-safe: the owner serialises every access.
-class DeviceStackObjectModel {
+class AVO_PLATFORM_EXPORT DeviceStackObjectModel {
 public:
+  /// Properties of an object, by kind.
   using PropertyMap = std::map<IDeviceStackClient::PropertyType, IDeviceStackClient::Property>;
   /// The three texts of one application registration, in request order.
   using ApplicationRegistration = std::array<std::string, 3>;
@@ -28,8 +31,8 @@ public:
   /// One object of the object model.
   struct Object {
     std::string value; ///< value text
-    std::string urn;
-    PropertyMap properties;
+    std::string urn;        ///< the object's URN
+    PropertyMap properties; ///< properties set on the object
   };
 
   /// Error code of an answer for an object that does not exist.
@@ -64,9 +67,13 @@ public:
   /// Whether a value format name is accepted: any name but the empty one.
   static bool IsValidValueFormat(const std::string& format);
 
+  /// Every object, by identifier.
   const std::map<unsigned long, Object>& GetObjects() const { return m_objects; }
+  /// The configuration texts received, in order.
   const std::vector<std::string>& GetConfigurations() const { return m_configurations; }
+  /// The application registrations received, in order.
   const std::vector<ApplicationRegistration>& GetRegistrations() const { return m_registrations; }
+  /// The device configuration entries.
   const std::map<std::string, std::string>& GetDeviceConfigEntries() const {
     return m_deviceConfig;
   }

@@ -1,4 +1,5 @@
 #pragma once
+/// @file
 /// The wire protocol between a device stack client and the device stack
 /// service over a local stream socket: length-prefixed frames with a versioned
 /// header. docs/devicestack-protocol.md describes the bytes.
@@ -6,6 +7,7 @@
 /// Decoding never throws and never reads outside the buffer it is given:
 /// malformed input comes back as a DecodeError value.
 
+#include "Avo/PlatformExport.h"
 #include "Polt/IDeviceStackClient.h"
 
 #include <cstddef> // std::size_t
@@ -50,10 +52,11 @@ enum class MessageKind : std::uint8_t {
 };
 
 /// The name of a kind ("GetValue", ...); "Kind<n>" for a number outside the enumeration.
-std::string KindName(MessageKind kind);
+AVO_PLATFORM_EXPORT std::string KindName(MessageKind kind);
 
 /// Error codes carried in answers (the IError code). 0 is success.
 namespace ErrorCode {
+/// Success: the answer carries no error.
 constexpr std::int32_t None = 0;
 /// The object identifier names no object of the object model.
 constexpr std::int32_t UnknownObject = 2;
@@ -75,52 +78,64 @@ constexpr std::int32_t FrameTooLarge = 103;
 
 /// The fixed header of every frame.
 struct FrameHeader {
-  std::uint8_t version = Version;
-  MessageKind kind = MessageKind::ProtocolError;
-  std::uint16_t flags = 0;
-  std::uint64_t requestId = 0;
+  std::uint8_t version = Version;                ///< protocol version
+  MessageKind kind = MessageKind::ProtocolError; ///< what the frame asks for or answers
+  std::uint16_t flags = 0;                       ///< AnswerFlag or 0
+  std::uint64_t requestId = 0;                   ///< the client's request identifier
 };
 
+/// Properties of an object, by kind.
 using PropertyMap = std::map<IDeviceStackClient::PropertyType, IDeviceStackClient::Property>;
+/// Device configuration entries, key to value.
 using DeviceConfig = std::map<std::string, std::string>;
 
-/// Request bodies, one per request kind.
+// Request bodies, one per request kind.
+/// Body of IDeviceStackClient::GetValue.
 struct GetValueRequest {
-  std::uint32_t objectId = 0;
-  bool flag = false;
+  std::uint32_t objectId = 0; ///< the object
+  bool flag = false;          ///< passed through from the caller
 };
+/// Body of IDeviceStackClient::SetValue.
 struct SetValueRequest {
-  std::uint32_t objectId = 0;
-  bool flag = false;
+  std::uint32_t objectId = 0; ///< the object
+  bool flag = false;          ///< passed through from the caller
   std::string value; ///< value text
 };
+/// Body of IDeviceStackClient::Request.
 struct FreeFormRequest {
-  std::string text;
+  std::string text; ///< the request text
 };
+/// Body of IDeviceStackClient::RegisterApplication.
 struct RegisterApplicationRequest {
-  std::string first;
-  std::string second;
-  std::string third;
+  std::string first;  ///< first text, passed through
+  std::string second; ///< second text, passed through
+  std::string third;  ///< third text, passed through
 };
+/// Body of IDeviceStackClient::SendConfiguration.
 struct SendConfigurationRequest {
-  std::string configuration;
+  std::string configuration; ///< the configuration text
 };
+/// Body of IDeviceStackClient::SetConfiguration.
 struct SetConfigurationRequest {
-  std::uint32_t objectId = 0;
-  bool flag = false;
-  PropertyMap properties;
+  std::uint32_t objectId = 0; ///< the object
+  bool flag = false;          ///< passed through from the caller
+  PropertyMap properties;     ///< the properties to set
 };
+/// Body of IDeviceStackClient::GetDeviceConfig.
 struct GetDeviceConfigRequest {
-  bool flag = false;
+  bool flag = false; ///< passed through from the caller
 };
+/// Body of IDeviceStackClient::SetDeviceConfig.
 struct SetDeviceConfigRequest {
-  DeviceConfig entries;
+  DeviceConfig entries; ///< the entries to set
 };
+/// Body of IDeviceStackClient::SetValueFormat.
 struct SetValueFormatRequest {
-  std::string format;
+  std::string format; ///< the format's name
 };
+/// Body of IDeviceStackClient::SetInternalValueFormat.
 struct SetInternalValueFormatRequest {
-  bool enabled = false;
+  bool enabled = false; ///< the switch's new state
 };
 
 /// One request body; the alternative decides the frame's kind.
@@ -131,19 +146,19 @@ using RequestBody =
 
 /// A request: the client's identifier and the body.
 struct Request {
-  std::uint64_t requestId = 0;
-  RequestBody body;
+  std::uint64_t requestId = 0; ///< the client's identifier, echoed in the answer
+  RequestBody body;            ///< what is asked
 };
 
 /// The kind of frame that carries a request body.
-MessageKind KindOf(const RequestBody& body);
+AVO_PLATFORM_EXPORT MessageKind KindOf(const RequestBody& body);
 
 /// The error state of an answer (the fields of IDeviceStackClient::IError).
 struct AnswerError {
-  std::int32_t code = ErrorCode::None;
-  std::string description;
-  std::string details;
-  std::string message;
+  std::int32_t code = ErrorCode::None; ///< an ErrorCode; None for success
+  std::string description;             ///< the error's class
+  std::string details;                 ///< what the error concerns
+  std::string message;                 ///< the message meant for the requester
 };
 
 /// An answer. Which payload fields travel depends on the kind:
@@ -151,36 +166,40 @@ struct AnswerError {
 /// Request (the response) and GetDeviceConfig (the configuration) carry text;
 /// the other kinds carry no payload. Every answer carries its error.
 struct Answer {
-  MessageKind kind = MessageKind::ProtocolError;
-  std::uint64_t requestId = 0;
-  AnswerError error;
-  std::uint32_t objectId = 0;
-  std::string urn;
-  std::string text;
+  MessageKind kind = MessageKind::ProtocolError; ///< the kind of the request answered
+  std::uint64_t requestId = 0;                   ///< the request's identifier
+  AnswerError error;                             ///< the error state
+  std::uint32_t objectId = 0;                    ///< GetValue and SetValue: the object
+  std::string urn;                               ///< GetValue and SetValue: its URN
+  std::string text;                              ///< value, response or configuration text
 };
 
 /// Why a frame could not be decoded. The header is there when it could be
 /// read (so that the error can be answered under the request's identifier).
 struct DecodeError {
-  std::int32_t code = ErrorCode::MalformedFrame;
-  std::string message;
-  std::optional<FrameHeader> header;
+  std::int32_t code = ErrorCode::MalformedFrame; ///< the ErrorCode to answer with
+  std::string message;                           ///< what is wrong, for the log
+  std::optional<FrameHeader> header;             ///< the header, when it could be read
 };
 
 /// Either a decoded value or the reason why there is none.
 template <class T>
 class Decoded {
 public:
+  /// A decoded value.
   // NOLINTNEXTLINE(google-explicit-constructor): implicit by design
   Decoded(T value) : m_result(std::move(value)) {}
+  /// The reason why there is no value.
   // NOLINTNEXTLINE(google-explicit-constructor): implicit by design
   Decoded(DecodeError error) : m_result(std::move(error)) {}
 
   /// True when a value was decoded.
   bool IsOk() const { return m_result.index() == 0; }
+  /// IsOk().
   explicit operator bool() const { return IsOk(); }
   /// The value; only when IsOk().
   const T& Value() const { return std::get<0>(m_result); }
+  /// The value, to move it out; only when IsOk().
   T& Value() { return std::get<0>(m_result); }
   /// The error; only when !IsOk().
   const DecodeError& Error() const { return std::get<1>(m_result); }
@@ -191,25 +210,25 @@ private:
 
 /// A whole frame (length prefix, header, body) for a request. Throws
 /// std::length_error when the frame would exceed MaxFrameSize.
-std::vector<std::uint8_t> EncodeRequest(const Request& request);
+AVO_PLATFORM_EXPORT std::vector<std::uint8_t> EncodeRequest(const Request& request);
 /// A whole frame for an answer. Throws std::length_error when the frame would
 /// exceed MaxFrameSize.
-std::vector<std::uint8_t> EncodeAnswer(const Answer& answer);
+AVO_PLATFORM_EXPORT std::vector<std::uint8_t> EncodeAnswer(const Answer& answer);
 
 /// Reads the length prefix (LengthPrefixSize bytes at data). Fails with
 /// FrameTooLarge above MaxFrameSize and with MalformedFrame below HeaderSize.
-Decoded<std::uint32_t> DecodeFrameLength(const std::uint8_t* data);
+AVO_PLATFORM_EXPORT Decoded<std::uint32_t> DecodeFrameLength(const std::uint8_t* data);
 
 /// Reads the header at the start of a frame (the bytes after the prefix).
 /// Fails on a short frame or a wrong magic; any version and kind are returned.
-Decoded<FrameHeader> DecodeHeader(const std::uint8_t* frame, std::size_t size);
+AVO_PLATFORM_EXPORT Decoded<FrameHeader> DecodeHeader(const std::uint8_t* frame, std::size_t size);
 
 /// Decodes a request frame (header and body, without the prefix): checks the
 /// magic, version, flags and kind, and that the body has exactly the fields
 /// of its kind.
-Decoded<Request> DecodeRequest(const std::uint8_t* frame, std::size_t size);
+AVO_PLATFORM_EXPORT Decoded<Request> DecodeRequest(const std::uint8_t* frame, std::size_t size);
 
 /// Decodes an answer frame (header and body, without the prefix).
-Decoded<Answer> DecodeAnswer(const std::uint8_t* frame, std::size_t size);
+AVO_PLATFORM_EXPORT Decoded<Answer> DecodeAnswer(const std::uint8_t* frame, std::size_t size);
 
 } // namespace Polt::DeviceStackProtocol

@@ -1,15 +1,20 @@
 #pragma once
+/// @file
 /// The device stack client: the interface through which a process talks to
 /// the device stack service. Requests marked asynchronous return a request
 /// identifier at once; their answer arrives later, on the client's delivery
 /// thread, through the registered IResponseHandler.
+
+#include "Avo/PlatformExport.h"
 
 #include <map>
 #include <string>
 
 namespace Polt {
 
-class IDeviceStackClient {
+/// A connection to the device stack service. Which calls block and which
+/// answer later through the IResponseHandler is said per operation.
+class AVO_PLATFORM_EXPORT IDeviceStackClient {
 public:
   /// Kinds of properties of an object-model object.
   enum PropertyType : int {
@@ -23,35 +28,46 @@ public:
 
   /// One property value, as text.
   struct Property {
-    std::string value;
+    std::string value; ///< the property's text
+    /// Same text.
     bool operator==(const Property& other) const { return value == other.value; }
   };
 
   /// Error state of a response; a non-zero code means the response carries an error.
-  class IError {
+  class AVO_PLATFORM_EXPORT IError {
   public:
+    /// 0 for no error; any other number is the error's code.
     virtual int GetCode() const = 0;
+    /// The class of the error ("" without an error).
     virtual const std::string& GetDescription() const = 0;
+    /// What the error concerns, e.g. the operation and object ("" without an error).
     virtual const std::string& GetDetails() const = 0;
+    /// The message meant for the requester ("" without an error).
     virtual std::string GetMessage() const = 0;
     virtual ~IError() = default;
   };
 
   /// Receiver of the answers to asynchronous requests. The first argument of
   /// every handler is the request's context pointer.
-  class IResponseHandler {
+  class AVO_PLATFORM_EXPORT IResponseHandler {
   public:
+    /// Answer to Request: the response text.
     virtual void OnResponse(void* context, const std::string& requestId,
                             const std::string& response, const IError& error) = 0;
+    /// Answer to RegisterApplication.
     virtual void OnRegisterApplication(void* context, const std::string& requestId,
                                        const IError& error) = 0;
+    /// Answer to a configuration read: the configuration text.
     virtual void OnGetConfiguration(void* context, const std::string& requestId,
                                     const std::string& config, const IError& error) = 0;
+    /// Answer to SendConfiguration.
     virtual void OnSetConfiguration(void* context, const std::string& requestId,
                                     const IError& error) = 0;
+    /// Answer to GetValue: the object's identifier, URN and value text.
     virtual void OnGetValue(void* context, const std::string& requestId, unsigned long id,
                             const std::string& urn, const std::string& value,
                             const IError& error) = 0;
+    /// Answer to SetValue: the object's identifier, URN and the value text now held.
     virtual void OnSetValue(void* context, const std::string& requestId, unsigned long id,
                             const std::string& urn, const std::string& value,
                             const IError& error) = 0;

@@ -1,8 +1,10 @@
 #pragma once
+/// @file
 /// Polt::SimulatedDeviceStackClient: an in-process device stack behind the
 /// device stack client interface, for tests, benchmarks, tools and any program
 /// that runs without the device stack service.
 
+#include "Avo/PlatformExport.h"
 #include "Polt/DeviceStackObjectModel.h"
 #include "Polt/IDeviceStackClient.h"
 
@@ -45,15 +47,15 @@ struct SimulatedAnswerPlan {
 struct SimulatedDeviceStackOptions {
   /// The delay of every answer is drawn uniformly from [minDelay, maxDelay].
   std::chrono::microseconds minDelay{0};
-  std::chrono::microseconds maxDelay{0};
-  double emptyRequestIdRate = 0.0;
-  double dropRate = 0.0;
-  double duplicateRate = 0.0;
-  double errorRate = 0.0;
-  double earlyAnswerRate = 0.0;
+  std::chrono::microseconds maxDelay{0}; ///< see minDelay
+  double emptyRequestIdRate = 0.0; ///< rate of requests refused with an empty identifier
+  double dropRate = 0.0;           ///< rate of answers lost
+  double duplicateRate = 0.0;      ///< rate of answers delivered twice
+  double errorRate = 0.0;          ///< rate of requests refused with an error
+  double earlyAnswerRate = 0.0;    ///< rate of answers begun before the request returns
   /// Code and message of the errors drawn by errorRate.
   int errorCode = 1;
-  std::string errorMessage = "Simulated error";
+  std::string errorMessage = "Simulated error"; ///< see errorCode
   /// Seed of the random generator: equal seeds and options give equal runs.
   std::uint64_t seed = 1;
 };
@@ -84,7 +86,7 @@ struct SimulatedDeviceStackCounters {
 ///
 /// Thread-safe. The destructor delivers every answer still queued (held ones
 /// too) and then stops the delivery thread.
-class SimulatedDeviceStackClient final : public IDeviceStackClient {
+class AVO_PLATFORM_EXPORT SimulatedDeviceStackClient final : public IDeviceStackClient {
 public:
   /// Error code of an answer for an object that does not exist.
   static constexpr int UnknownObjectErrorCode = DeviceStackObjectModel::UnknownObjectErrorCode;
@@ -94,6 +96,7 @@ public:
   /// Computes the response text of a free-form request.
   using RequestResponder = std::function<std::string(const std::string& request)>;
 
+  /// An empty object model; starts the delivery thread.
   explicit SimulatedDeviceStackClient(SimulatedDeviceStackOptions options = {});
   ~SimulatedDeviceStackClient() override;
 

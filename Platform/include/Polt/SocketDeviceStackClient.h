@@ -1,7 +1,9 @@
 #pragma once
+/// @file
 /// Polt::SocketDeviceStackClient: the device stack client that talks to the
 /// device stack service (avo-devicestackd) over its local Unix socket.
 
+#include "Avo/PlatformExport.h"
 #include "Polt/IDeviceStackClient.h"
 
 #include <chrono>
@@ -23,7 +25,7 @@ struct SocketDeviceStackClientOptions {
   /// further failed attempt doubles it, up to maxReconnectDelay. The first
   /// attempt after a loss is made at once.
   std::chrono::milliseconds minReconnectDelay{10};
-  std::chrono::milliseconds maxReconnectDelay{1000};
+  std::chrono::milliseconds maxReconnectDelay{1000}; ///< the longest pause, see minReconnectDelay
   /// How long a request may wait to be written to a service that does not
   /// read; the connection is then given up and made anew.
   std::chrono::milliseconds sendTimeout{2000};
@@ -64,7 +66,7 @@ struct SocketDeviceStackClientCounters {
 ///
 /// Thread-safe. The constructor tries to connect once before it returns, so a
 /// service that is up is usable at once.
-class SocketDeviceStackClient final : public IDeviceStackClient {
+class AVO_PLATFORM_EXPORT SocketDeviceStackClient final : public IDeviceStackClient {
 public:
   /// Starts the receive thread. Throws std::invalid_argument when the socket
   /// path is empty or longer than a Unix socket address holds.
