@@ -229,8 +229,7 @@ void CheckElementNesting(char* text, unsigned limit) {
 
 // Inlined with a literal name, the comparison becomes a few word compares.
 inline bool NameEquals(const rapidxml::xml_base<char>& node, std::string_view name) {
-  return node.name_size() == name.size() &&
-         std::memcmp(node.name(), name.data(), name.size()) == 0;
+  return node.name_size() == name.size() && std::memcmp(node.name(), name.data(), name.size()) == 0;
 }
 
 inline bool IsElementNamed(const Element& element, std::string_view name) {

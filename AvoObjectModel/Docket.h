@@ -26,9 +26,9 @@ public:
       : m_reply(std::move(reply)), m_deliveryError(std::move(deliveryError)),
         m_replyValid(replyValid), m_answered(answered) {}
 
-  Docket(const Docket&) = default;            ///< Copies all four fields.
-  Docket(Docket&&) noexcept = default;        ///< Takes the strings over.
-  Docket& operator=(const Docket&) = default; ///< Copies all four fields.
+  Docket(const Docket&) = default;                ///< Copies all four fields.
+  Docket(Docket&&) noexcept = default;            ///< Takes the strings over.
+  Docket& operator=(const Docket&) = default;     ///< Copies all four fields.
   Docket& operator=(Docket&&) noexcept = default; ///< Takes the strings over.
   ~Docket() = default;
 

@@ -117,9 +117,19 @@ constexpr CatalogueRow kCatalogue[] = {
     {10, 0, 24, ivtTime, VelDP::vstNone, K::TimeOfDay, kNoRange},
     {11, 0, 24, ivtDate, VelDP::vstNone, K::Date, kNoRange},
     {12, 0, 32, ivtDWord, VelDP::vstNone, K::Unsigned32Bit, kUnsigned32},
-    {13, 0, 32, ivtInteger, VelDP::vstNone, K::Signed32Bit,
+    {13,
+     0,
+     32,
+     ivtInteger,
+     VelDP::vstNone,
+     K::Signed32Bit,
      {-2147483648.0, 2147483647.0, -2147483648.0, 2147483647.0}},
-    {14, 0, 32, ivtFloat, VelDP::vstNone, K::Float32Bit,
+    {14,
+     0,
+     32,
+     ivtFloat,
+     VelDP::vstNone,
+     K::Float32Bit,
      {-kFloat32Max, kFloat32Max, -kFloat32Max, kFloat32Max}},
     {15, 0, 32, ivtDWord, VelDP::vstNone, K::Unsigned32Bit, kUnsigned32},
     {16, 0, 112, ivtString, VelDP::vstAsciiString, K::String14Byte, kAscii},
@@ -144,17 +154,15 @@ static_assert(kCatalogueSize == 53, "the catalogue has 53 rows");
 static_assert(kCatalogueSize <= DptValueMap::kInlineRows, "a map holds the catalogue inline");
 
 IntegerRange MakeIntegerRange(const Bounds& b) {
-  return IntegerRange(static_cast<std::int32_t>(b.internalMinimum),
-                      static_cast<std::int32_t>(b.internalMaximum),
-                      static_cast<std::int32_t>(b.externalMinimum),
-                      static_cast<std::int32_t>(b.externalMaximum));
+  return IntegerRange(
+      static_cast<std::int32_t>(b.internalMinimum), static_cast<std::int32_t>(b.internalMaximum),
+      static_cast<std::int32_t>(b.externalMinimum), static_cast<std::int32_t>(b.externalMaximum));
 }
 
 LongIntegerRange MakeLongIntegerRange(const Bounds& b) {
-  return LongIntegerRange(static_cast<std::int64_t>(b.internalMinimum),
-                          static_cast<std::int64_t>(b.internalMaximum),
-                          static_cast<std::int64_t>(b.externalMinimum),
-                          static_cast<std::int64_t>(b.externalMaximum));
+  return LongIntegerRange(
+      static_cast<std::int64_t>(b.internalMinimum), static_cast<std::int64_t>(b.internalMaximum),
+      static_cast<std::int64_t>(b.externalMinimum), static_cast<std::int64_t>(b.externalMaximum));
 }
 
 FloatIntegerRange MakeFloatIntegerRange(const Bounds& b) {
@@ -170,28 +178,46 @@ FloatRange MakeFloatRange(const Bounds& b) {
 std::unique_ptr<KnxConverter> MakeConverter(const CatalogueRow& row) {
   const Bounds& b = row.range;
   switch (row.converter) {
-  case K::Bit1: return std::make_unique<KnxConverter1Bit>();
-  case K::Bit2: return std::make_unique<KnxConverter2Bit>();
-  case K::Step4Bit: return std::make_unique<KnxConverter4Bit>(MakeFloatIntegerRange(b));
-  case K::Char8Bit: return std::make_unique<KnxConverter8BitString>(MakeIntegerRange(b));
-  case K::Unsigned8Bit: return std::make_unique<KnxConverterByte8BitUnsigned>(MakeIntegerRange(b));
-  case K::Signed8Bit: return std::make_unique<KnxConverterInteger8BitSigned>(MakeIntegerRange(b));
-  case K::Status8Bit: return std::make_unique<KnxConverterStatus8Bit>(MakeIntegerRange(b));
+  case K::Bit1:
+    return std::make_unique<KnxConverter1Bit>();
+  case K::Bit2:
+    return std::make_unique<KnxConverter2Bit>();
+  case K::Step4Bit:
+    return std::make_unique<KnxConverter4Bit>(MakeFloatIntegerRange(b));
+  case K::Char8Bit:
+    return std::make_unique<KnxConverter8BitString>(MakeIntegerRange(b));
+  case K::Unsigned8Bit:
+    return std::make_unique<KnxConverterByte8BitUnsigned>(MakeIntegerRange(b));
+  case K::Signed8Bit:
+    return std::make_unique<KnxConverterInteger8BitSigned>(MakeIntegerRange(b));
+  case K::Status8Bit:
+    return std::make_unique<KnxConverterStatus8Bit>(MakeIntegerRange(b));
   case K::Unsigned16Bit:
     return std::make_unique<KnxConverterInteger16BitUnsigned>(MakeIntegerRange(b));
-  case K::Signed16Bit: return std::make_unique<KnxConverterInteger16BitSigned>(MakeIntegerRange(b));
-  case K::Float16Bit: return std::make_unique<KnxConverterFloat16BitFloat>(MakeFloatRange(b));
-  case K::TimeOfDay: return std::make_unique<KnxConverterTimeOfDay>();
-  case K::Date: return std::make_unique<KnxConverterDate>();
+  case K::Signed16Bit:
+    return std::make_unique<KnxConverterInteger16BitSigned>(MakeIntegerRange(b));
+  case K::Float16Bit:
+    return std::make_unique<KnxConverterFloat16BitFloat>(MakeFloatRange(b));
+  case K::TimeOfDay:
+    return std::make_unique<KnxConverterTimeOfDay>();
+  case K::Date:
+    return std::make_unique<KnxConverterDate>();
   case K::Unsigned32Bit:
     return std::make_unique<KnxConverterInteger32BitUnsigned>(MakeLongIntegerRange(b));
-  case K::Signed32Bit: return std::make_unique<KnxConverterInteger32BitSigned>(MakeIntegerRange(b));
-  case K::Float32Bit: return std::make_unique<KnxConverterFloat32BitFloat>(MakeFloatRange(b));
-  case K::String14Byte: return std::make_unique<KnxConverter14ByteString>(MakeIntegerRange(b));
-  case K::SceneNumber: return std::make_unique<KnxConverterSceneNumber>(MakeIntegerRange(b));
-  case K::SceneControl: return std::make_unique<KnxConverterSceneControl>(MakeIntegerRange(b));
-  case K::DateTime: return std::make_unique<KnxConverterDateTime>();
-  case K::SceneInfo: return std::make_unique<KnxConverterSceneInfo>(MakeIntegerRange(b));
+  case K::Signed32Bit:
+    return std::make_unique<KnxConverterInteger32BitSigned>(MakeIntegerRange(b));
+  case K::Float32Bit:
+    return std::make_unique<KnxConverterFloat32BitFloat>(MakeFloatRange(b));
+  case K::String14Byte:
+    return std::make_unique<KnxConverter14ByteString>(MakeIntegerRange(b));
+  case K::SceneNumber:
+    return std::make_unique<KnxConverterSceneNumber>(MakeIntegerRange(b));
+  case K::SceneControl:
+    return std::make_unique<KnxConverterSceneControl>(MakeIntegerRange(b));
+  case K::DateTime:
+    return std::make_unique<KnxConverterDateTime>();
+  case K::SceneInfo:
+    return std::make_unique<KnxConverterSceneInfo>(MakeIntegerRange(b));
   case K::Unsigned24Bit:
     return std::make_unique<KnxConverterInteger24BitUnsigned>(MakeLongIntegerRange(b));
   }

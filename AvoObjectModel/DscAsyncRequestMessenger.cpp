@@ -87,29 +87,29 @@ Docket DscAsyncRequestMessenger::SynchronizeRequest(const DoAsyncRequest& doAsyn
     }
     const boost::optional<Docket> docket = WaitForDocket(lock, requestId, timeout, isStillRelevant);
     if (!isStillRelevant()) {
-      AVO_LOG_DEBUG("returned from waiting for response with ID '"
-                    << requestId << "': !isStillRelevant");
+      AVO_LOG_DEBUG("returned from waiting for response with ID '" << requestId
+                                                                   << "': !isStillRelevant");
       return Docket();
     }
     if (!docket) {
       // The caller's own timeout is printed, also when it stands for the
       // default one (as a zero duration): kept, log readers know this line so.
-      AVO_LOG_ERROR("No response received for ID '"
-                    << requestId << "' with timeout " << boost::posix_time::to_simple_string(timeout)
-                    << ", retrying");
+      AVO_LOG_ERROR("No response received for ID '" << requestId << "' with timeout "
+                                                    << boost::posix_time::to_simple_string(timeout)
+                                                    << ", retrying");
       continue;
     }
-    AVO_LOG_DEBUG("returned from waiting for response with ID '" << requestId
-                                                                  << "': got response");
+    AVO_LOG_DEBUG("returned from waiting for response with ID '" << requestId << "': got response");
     return *docket;
   }
   AVO_LOG_ERROR("Maximum number of retries (" << m_maxAttempts - 1U << ") reached.");
   return Docket();
 }
 
-boost::optional<Docket> DscAsyncRequestMessenger::WaitForDocket(
-    boost::unique_lock<boost::mutex>& lock, const std::string& requestId, time_duration timeout,
-    const BoolReader& isStillRelevant) {
+boost::optional<Docket>
+DscAsyncRequestMessenger::WaitForDocket(boost::unique_lock<boost::mutex>& lock,
+                                        const std::string& requestId, time_duration timeout,
+                                        const BoolReader& isStillRelevant) {
   const auto docket = std::make_shared<Docket>();
   // Unique-key insertion: a request identifier that is already listed keeps
   // its first docket.
@@ -233,9 +233,7 @@ bool DscAsyncRequestMessenger::SetDeviceConfig(const std::map<std::string, std::
 
 void DscAsyncRequestMessenger::SetAsResponseHandler() { m_messenger.SetResponseHandler(this); }
 
-void DscAsyncRequestMessenger::UnsetAsResponseHandler() {
-  m_messenger.SetResponseHandler(nullptr);
-}
+void DscAsyncRequestMessenger::UnsetAsResponseHandler() { m_messenger.SetResponseHandler(nullptr); }
 
 bool DscAsyncRequestMessenger::EnableNativeFormat() { return m_messenger.EnableNativeFormat(); }
 
@@ -255,13 +253,12 @@ void DscAsyncRequestMessenger::OnResponse(void* /*context*/, const std::string& 
   UpdateDocketList(requestId, response, error);
 }
 
-void DscAsyncRequestMessenger::OnRegisterApplication(void* /*context*/,
-                                                     const std::string& requestId,
-                                                     const Polt::IDeviceStackClient::IError& error) {
+void DscAsyncRequestMessenger::OnRegisterApplication(
+    void* /*context*/, const std::string& requestId,
+    const Polt::IDeviceStackClient::IError& error) {
   if (error.GetCode() != 0) {
     AVO_LOG_ERROR("KEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                           << error.GetDescription() << "; "
-                                           << error.GetDetails());
+                                           << error.GetDescription() << "; " << error.GetDetails());
   }
   UpdateDocketList(requestId, std::string(), error);
 }
@@ -281,8 +278,7 @@ void DscAsyncRequestMessenger::OnSetConfiguration(void* /*context*/, const std::
                                                   const Polt::IDeviceStackClient::IError& error) {
   if (error.GetCode() != 0) {
     AVO_LOG_ERROR("KEL error for request " << requestId << ": " << error.GetCode() << "; "
-                                           << error.GetDescription() << "; "
-                                           << error.GetDetails());
+                                           << error.GetDescription() << "; " << error.GetDetails());
   }
   UpdateDocketList(requestId, std::string(), error);
 }

@@ -3,9 +3,9 @@
 /// Avo::DscAsyncRequestMessenger: blocking requests over the device stack's
 /// asynchronous request and response traffic.
 
-#include "AvoObjectModel/Export.h"
 #include "Avo/Function.h" // Avo::BoolReader
 #include "AvoObjectModel/Docket.h"
+#include "AvoObjectModel/Export.h"
 #include "AvoObjectModel/RequestMessengerDeviceStack.h"
 #include "Polt/IDeviceStackClient.h"
 #include "VelValue.h"
@@ -44,7 +44,8 @@ namespace Avo {
 /// default docket returned. An answer that carries an error is logged
 /// ("KEL error for request ...", ERROR) and returned as an answered docket
 /// whose reply is not valid, with the error's message. Nothing throws.
-class AVO_OBJECTMODEL_EXPORT DscAsyncRequestMessenger : public Polt::IDeviceStackClient::IResponseHandler {
+class AVO_OBJECTMODEL_EXPORT DscAsyncRequestMessenger
+    : public Polt::IDeviceStackClient::IResponseHandler {
 public:
   /// Timeouts of the blocking requests.
   using time_duration = boost::posix_time::time_duration;
@@ -134,7 +135,7 @@ private:
   RequestMessengerDeviceStack& m_messenger;
   time_duration m_defaultTimeout;
   unsigned int m_maxAttempts;
-  mutable boost::mutex m_mutex;         // guards m_dockets and every docket listed there
+  mutable boost::mutex m_mutex;          // guards m_dockets and every docket listed there
   boost::condition_variable m_condition; // signalled when a docket has been filled
   std::map<std::string, std::weak_ptr<Docket>> m_dockets;
 };

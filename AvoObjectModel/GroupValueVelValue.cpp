@@ -76,7 +76,7 @@ DateTimeBytes EncodeDateTime(const VELTIME& time) {
   const boost::gregorian::date day = calendarTime.date();
   const boost::posix_time::time_duration timeOfDay = calendarTime.time_of_day();
   const bool dateKnown = !day.is_special();
-  unsigned dayOfWeek = 0; // unknown
+  unsigned dayOfWeek = 0;        // unknown
   DateTimeBytes bytes{70, 1, 1}; // 1 January 1970 stands in for an unknown date
   if (dateKnown) {
     bytes[0] = static_cast<std::uint8_t>(day.year() - 1900);
@@ -459,7 +459,7 @@ VELVALUE ToVelValue(const boost::posix_time::ptime& time, VelValueType expectedT
   fields.tm_min = static_cast<int>(timeOfDay.minutes());
   fields.tm_sec = static_cast<int>(timeOfDay.seconds());
   fields.tm_isdst = -1; // let the local time zone decide
-  fields.tm_wday = -1; // mktime sets it only on success
+  fields.tm_wday = -1;  // mktime sets it only on success
   const std::time_t seconds = std::mktime(&fields);
   if (seconds == static_cast<std::time_t>(-1) && fields.tm_wday == -1) {
     // A local time that the platform's time_t cannot hold.

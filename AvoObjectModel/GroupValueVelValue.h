@@ -4,9 +4,9 @@
 /// VELVALUE for a DPT given as one packed number, and the text and time
 /// helpers they use.
 
-#include "AvoObjectModel/Export.h"
-#include "Avo/Text.h" // Avo::UTF8String
+#include "Avo/Text.h"           // Avo::UTF8String
 #include "Avo/VelValueHelper.h" // the Avo::ToVelValue overloads for plain values
+#include "AvoObjectModel/Export.h"
 #include "AvoObjectModel/KnxKelMapping.h" // Avo::PackedDpt and the main-type table
 #include "KnxStack/GroupValue.h"
 #include "VelValue.h"
@@ -59,7 +59,8 @@ namespace Avo {
 /// mismatch, unsupported main number, invalid date, time of day or text
 /// (each with one ERROR line); a scene number above 63 or an infinite float
 /// (silently).
-AVO_OBJECTMODEL_EXPORT boost::optional<KnxStack::GroupValue> VelValueToGroupValue(const VELVALUE& value, PackedDpt dpt);
+AVO_OBJECTMODEL_EXPORT boost::optional<KnxStack::GroupValue>
+VelValueToGroupValue(const VELVALUE& value, PackedDpt dpt);
 
 /// Whether the table-driven KnxValueConverter accepts the group value for
 /// the DPT (its bit size taken from the group value's defined size). Every
@@ -110,7 +111,8 @@ AVO_OBJECTMODEL_EXPORT bool CheckGroupValue(const KnxStack::GroupValue& value, P
 ///
 /// Logs "Decoding a KNX value took <times>" at INFO when a call takes 100 ms
 /// or more.
-AVO_OBJECTMODEL_EXPORT boost::optional<VELVALUE> GroupValueToVelValue(const KnxStack::GroupValue& value, PackedDpt dpt);
+AVO_OBJECTMODEL_EXPORT boost::optional<VELVALUE>
+GroupValueToVelValue(const KnxStack::GroupValue& value, PackedDpt dpt);
 
 /// The text as valid UTF-8: valid text unchanged, byte for byte; otherwise
 /// every invalid sequence replaced by one "?" (a sequence cut off at the end
@@ -125,6 +127,7 @@ AVO_OBJECTMODEL_EXPORT UTF8String RepairUTF8(std::string text);
 /// points (not-a-date-time, infinities) and local times that mktime cannot
 /// convert give an ivtEmpty record with a cleared time member instead. The
 /// same bounds apply on every platform, whatever the width of its time_t.
-AVO_OBJECTMODEL_EXPORT VELVALUE ToVelValue(const boost::posix_time::ptime& time, VelValueType expectedType);
+AVO_OBJECTMODEL_EXPORT VELVALUE ToVelValue(const boost::posix_time::ptime& time,
+                                           VelValueType expectedType);
 
 } // namespace Avo

@@ -220,9 +220,7 @@ namespace detail {
 template <class Derived>
 class ClonableKnxConverter : public KnxConverter {
 public:
-  KnxConverter* Clone() const override {
-    return new Derived(static_cast<const Derived&>(*this));
-  }
+  KnxConverter* Clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
 };
 
 /// A converter holding a range by value, fixed at construction.
@@ -239,26 +237,29 @@ protected:
 } // namespace detail
 
 /// Declares the two conversions of a converter class (this header only).
-#define AVO_KNX_CONVERTER_OPERATIONS                                                       \
-  bool ToKnxValue(const KNXDPT& dpt, const VELVALUE& value, KnxStack::GroupValue& group)   \
-      const override;                                                                      \
-  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, VELVALUE& value) \
+#define AVO_KNX_CONVERTER_OPERATIONS                                                               \
+  bool ToKnxValue(const KNXDPT& dpt, const VELVALUE& value, KnxStack::GroupValue& group)           \
+      const override;                                                                              \
+  bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& group, VELVALUE& value)         \
       const override
 
 /// Fall-back converter on raw bytes, through the platform's byte codec.
-class AVO_OBJECTMODEL_EXPORT KnxConverterDefault final : public detail::ClonableKnxConverter<KnxConverterDefault> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterDefault final
+    : public detail::ClonableKnxConverter<KnxConverterDefault> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 1.x, switching (1 bit).
-class AVO_OBJECTMODEL_EXPORT KnxConverter1Bit final : public detail::ClonableKnxConverter<KnxConverter1Bit> {
+class AVO_OBJECTMODEL_EXPORT KnxConverter1Bit final
+    : public detail::ClonableKnxConverter<KnxConverter1Bit> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 2.x, control with priority (2 bits).
-class AVO_OBJECTMODEL_EXPORT KnxConverter2Bit final : public detail::ClonableKnxConverter<KnxConverter2Bit> {
+class AVO_OBJECTMODEL_EXPORT KnxConverter2Bit final
+    : public detail::ClonableKnxConverter<KnxConverter2Bit> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
@@ -360,19 +361,22 @@ public:
 };
 
 /// DPT 11.001, date.
-class AVO_OBJECTMODEL_EXPORT KnxConverterDate final : public detail::ClonableKnxConverter<KnxConverterDate> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterDate final
+    : public detail::ClonableKnxConverter<KnxConverterDate> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 10.001, time of day with day of week.
-class AVO_OBJECTMODEL_EXPORT KnxConverterTimeOfDay final : public detail::ClonableKnxConverter<KnxConverterTimeOfDay> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterTimeOfDay final
+    : public detail::ClonableKnxConverter<KnxConverterTimeOfDay> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };
 
 /// DPT 19.x, date and time (8 bytes).
-class AVO_OBJECTMODEL_EXPORT KnxConverterDateTime final : public detail::ClonableKnxConverter<KnxConverterDateTime> {
+class AVO_OBJECTMODEL_EXPORT KnxConverterDateTime final
+    : public detail::ClonableKnxConverter<KnxConverterDateTime> {
 public:
   AVO_KNX_CONVERTER_OPERATIONS;
 };

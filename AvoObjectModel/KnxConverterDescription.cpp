@@ -22,23 +22,26 @@ std::string Bound(double bound) {
 std::string Bound(std::int64_t bound) { return std::to_string(bound); }
 
 template <class Number>
-std::string RangeText(const char* rangeClass, Number first, Number second, Number third, Number fourth) {
-  return std::string(rangeClass) + "(" + Bound(first) + ", " + Bound(second) + ", " + Bound(third) + ", " +
-         Bound(fourth) + ")";
+std::string RangeText(const char* rangeClass, Number first, Number second, Number third,
+                      Number fourth) {
+  return std::string(rangeClass) + "(" + Bound(first) + ", " + Bound(second) + ", " + Bound(third) +
+         ", " + Bound(fourth) + ")";
 }
 
 std::string RangeText(const IntegerRange& range) {
-  return RangeText<std::int64_t>("IntegerRange", range.GetInternalMinimum(), range.GetInternalMaximum(),
-                                 range.GetExternalMinimum(), range.GetExternalMaximum());
+  return RangeText<std::int64_t>("IntegerRange", range.GetInternalMinimum(),
+                                 range.GetInternalMaximum(), range.GetExternalMinimum(),
+                                 range.GetExternalMaximum());
 }
 std::string RangeText(const LongIntegerRange& range) {
-  return RangeText<std::int64_t>("LongIntegerRange", range.GetInternalMinimum(), range.GetInternalMaximum(),
-                                 range.GetExternalMinimum(), range.GetExternalMaximum());
+  return RangeText<std::int64_t>("LongIntegerRange", range.GetInternalMinimum(),
+                                 range.GetInternalMaximum(), range.GetExternalMinimum(),
+                                 range.GetExternalMaximum());
 }
 std::string RangeText(const FloatIntegerRange& range) {
-  return "FloatIntegerRange(" + Bound(range.GetDoubleMinimum()) + ", " + Bound(range.GetDoubleMaximum()) +
-         ", " + Bound(std::int64_t{range.GetIntegerMinimum()}) + ", " +
-         Bound(std::int64_t{range.GetIntegerMaximum()}) + ")";
+  return "FloatIntegerRange(" + Bound(range.GetDoubleMinimum()) + ", " +
+         Bound(range.GetDoubleMaximum()) + ", " + Bound(std::int64_t{range.GetIntegerMinimum()}) +
+         ", " + Bound(std::int64_t{range.GetIntegerMaximum()}) + ")";
 }
 std::string RangeText(const FloatRange& range) {
   return RangeText<double>("FloatRange", range.GetDoubleMinimum(), range.GetDoubleMaximum(),
@@ -48,10 +51,12 @@ std::string RangeText(const FloatRange& range) {
 template <class T, class = void>
 struct HoldsRange : std::false_type {};
 template <class T>
-struct HoldsRange<T, std::void_t<decltype(std::declval<const T&>().GetRange())>> : std::true_type {};
+struct HoldsRange<T, std::void_t<decltype(std::declval<const T&>().GetRange())>> : std::true_type {
+};
 
 template <class Converter>
-bool DescribeAs(const KnxConverter& converter, const char* className, KnxConverterDescription& description) {
+bool DescribeAs(const KnxConverter& converter, const char* className,
+                KnxConverterDescription& description) {
   const auto* concrete = dynamic_cast<const Converter*>(&converter);
   if (concrete == nullptr) {
     return false;
@@ -80,7 +85,8 @@ KnxConverterDescription DescribeKnxConverter(const KnxConverter& converter) {
       AVO_DESCRIBE_AS(KnxConverterInteger16BitSigned) ||
       AVO_DESCRIBE_AS(KnxConverterInteger24BitUnsigned) ||
       AVO_DESCRIBE_AS(KnxConverterInteger32BitUnsigned) ||
-      AVO_DESCRIBE_AS(KnxConverterInteger32BitSigned) || AVO_DESCRIBE_AS(KnxConverterFloat16BitFloat) ||
+      AVO_DESCRIBE_AS(KnxConverterInteger32BitSigned) ||
+      AVO_DESCRIBE_AS(KnxConverterFloat16BitFloat) ||
       AVO_DESCRIBE_AS(KnxConverterFloat32BitFloat) || AVO_DESCRIBE_AS(KnxConverterDate) ||
       AVO_DESCRIBE_AS(KnxConverterTimeOfDay) || AVO_DESCRIBE_AS(KnxConverterDateTime) ||
       AVO_DESCRIBE_AS(KnxConverterSceneNumber) || AVO_DESCRIBE_AS(KnxConverterSceneControl) ||

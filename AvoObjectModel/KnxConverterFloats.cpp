@@ -5,7 +5,7 @@
 #include "AvoObjectModel/KnxConverter.h"
 #include "AvoObjectModel/KnxConverterCommon.h"
 
-#include <cmath> // std::isnan
+#include <cmath>  // std::isnan
 #include <limits> // std::numeric_limits
 
 namespace Avo {

@@ -39,8 +39,8 @@ void CalculateScaleFactor(Bound internalMinimum, Bound internalMaximum, Bound ex
                   << externalMinimum << ", " << externalMaximum << "].");
     return;
   }
-  const double factor = SignedWidth(externalMinimum, externalMaximum) /
-                        SignedWidth(internalMinimum, internalMaximum);
+  const double factor =
+      SignedWidth(externalMinimum, externalMaximum) / SignedWidth(internalMinimum, internalMaximum);
   if (factor == 0.0) {
     scaleFactor = 1.0;
     AVO_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["

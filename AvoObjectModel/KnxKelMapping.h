@@ -5,8 +5,8 @@
 /// objects; and, per DPT main number, the value type, subtype and default
 /// value of the values it carries.
 
-#include "AvoObjectModel/Export.h"
 #include "Avo/BoundedInt.h"
+#include "AvoObjectModel/Export.h"
 #include "VelValue.h"
 
 #include <boost/optional.hpp>
@@ -46,9 +46,9 @@ constexpr std::uint32_t SubNumberOf(PackedDpt dpt) { return dpt & 0xFFFFU; }
 
 /// The kinds of parameters of a logical device.
 enum class ParameterType : std::uint8_t {
-  Ip = 0, ///< IP parameters, numbers 0..100
+  Ip = 0,     ///< IP parameters, numbers 0..100
   Number = 1, ///< number parameters, numbers 0..200
-  Text = 2 ///< text parameters, numbers 0..500
+  Text = 2    ///< text parameters, numbers 0..500
 };
 
 /// Prints the type's number (0, 1, 2), as log lines print numbers.

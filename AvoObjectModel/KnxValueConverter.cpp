@@ -12,8 +12,8 @@ namespace Avo {
 // DptValueEntry
 
 DptValueEntry::DptValueEntry(const DptValueEntry& other)
-    : DptValueEntry(other.m_dpt, other.m_valueType, other.m_valueSubType,
-                    other.m_converter.get()) {}
+    : DptValueEntry(other.m_dpt, other.m_valueType, other.m_valueSubType, other.m_converter.get()) {
+}
 
 DptValueEntry& DptValueEntry::operator=(const DptValueEntry& other) {
   DptValueEntry copy(other);
@@ -59,8 +59,7 @@ const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt, Search /*search*/)
     // The main number's rows end before `exact`: its first row is a few
     // rows back, or searched for beyond a few.
     first = exact;
-    for (int steps = 0; first != begin && (first - 1)->GetDpt().mainNumber == mainNumber;
-         ++steps) {
+    for (int steps = 0; first != begin && (first - 1)->GetDpt().mainNumber == mainNumber; ++steps) {
       if (steps == 8) {
         // NOLINTNEXTLINE(readability-suspicious-call-argument): `first` is the end here
         first = std::lower_bound(begin, first, KeyOf(KNXDPT(0, mainNumber, 0)), RowBelow());
@@ -145,8 +144,8 @@ struct SizeDefault {
 };
 
 constexpr SizeDefault kDefaultDptBySize[] = {
-    {1, 1, 1},    {2, 2, 1},      {4, 3, 7},      {8, 5, 0},   {16, 9, 0},   {24, 10, 1},
-    {32, 14, 0},  {40, 218, 0},   {48, 219, 1},   {64, 19, 1}, {112, 16, 1},
+    {1, 1, 1},   {2, 2, 1},    {4, 3, 7},    {8, 5, 0},   {16, 9, 0},   {24, 10, 1},
+    {32, 14, 0}, {40, 218, 0}, {48, 219, 1}, {64, 19, 1}, {112, 16, 1},
 };
 
 constexpr int kAnySize = -1;
@@ -164,16 +163,26 @@ struct ValueTypeDefault {
 // 14.000 with bit size 16, and a string requested at 112 bits gets 16.000
 // with bit size 8. ivtWord has no default DPT.
 constexpr ValueTypeDefault kDefaultDptByValueType[] = {
-    {ivtBool, kAnySize, 1, 1, 1},       {ivtStepBytes, kAnySize, 3, 7, 4},
-    {ivtByte, kAnySize, 5, 0, 8},       {ivtPercent, kAnySize, 5, 1, 8},
-    {ivtFloat, 0, 9, 0, 16},            {ivtFloat, 4, 3, 0, 4},
-    {ivtFloat, 8, 5, 1, 8},             {ivtFloat, 16, 9, 0, 16},
-    {ivtFloat, 32, 14, 0, 16},          {ivtTime, kAnySize, 10, 1, 24},
-    {ivtDate, kAnySize, 11, 1, 24},     {ivtDWord, kAnySize, 12, 1, 32},
-    {ivtInteger, 0, 13, 0, 32},         {ivtInteger, 8, 6, 0, 8},
-    {ivtInteger, 16, 8, 0, 16},         {ivtTimeLag, kAnySize, 13, 100, 32},
-    {ivtData40, kAnySize, 218, 0, 40},  {ivtDateTime, kAnySize, 19, 1, 64},
-    {ivtString, 0, 16, 1, 112},         {ivtString, 8, 4, 1, 8},
+    {ivtBool, kAnySize, 1, 1, 1},
+    {ivtStepBytes, kAnySize, 3, 7, 4},
+    {ivtByte, kAnySize, 5, 0, 8},
+    {ivtPercent, kAnySize, 5, 1, 8},
+    {ivtFloat, 0, 9, 0, 16},
+    {ivtFloat, 4, 3, 0, 4},
+    {ivtFloat, 8, 5, 1, 8},
+    {ivtFloat, 16, 9, 0, 16},
+    {ivtFloat, 32, 14, 0, 16},
+    {ivtTime, kAnySize, 10, 1, 24},
+    {ivtDate, kAnySize, 11, 1, 24},
+    {ivtDWord, kAnySize, 12, 1, 32},
+    {ivtInteger, 0, 13, 0, 32},
+    {ivtInteger, 8, 6, 0, 8},
+    {ivtInteger, 16, 8, 0, 16},
+    {ivtTimeLag, kAnySize, 13, 100, 32},
+    {ivtData40, kAnySize, 218, 0, 40},
+    {ivtDateTime, kAnySize, 19, 1, 64},
+    {ivtString, 0, 16, 1, 112},
+    {ivtString, 8, 4, 1, 8},
     {ivtString, 112, 16, 0, 8},
 };
 
@@ -209,7 +218,7 @@ constexpr VelValueType kUnsignedLike[] = {ivtWord, ivtDWord, ivtQWord};
 constexpr VelValueType kDateLike[] = {ivtDate, ivtDayDate};
 constexpr VelValueType kTimeLike[] = {ivtTime, ivtTimeSpan};
 constexpr VelValueType kDateTimeLike[] = {ivtDateTime, ivtTimestamp, ivtUtcDateTime};
-constexpr VelValueType kAnyDateOrTime[] = {ivtDate,      ivtTime,      ivtDateTime, ivtTimestamp,
+constexpr VelValueType kAnyDateOrTime[] = {ivtDate,     ivtTime,    ivtDateTime,   ivtTimestamp,
                                            ivtTimeSpan, ivtDayDate, ivtUtcDateTime};
 
 // Which expected types a given type fits besides its own. Deliberately
@@ -217,12 +226,9 @@ constexpr VelValueType kAnyDateOrTime[] = {ivtDate,      ivtTime,      ivtDateTi
 // time rows, but a date or a time alone does not fill a date-and-time row,
 // and a date does not fit a time row.
 constexpr Compatibility kCompatibleTypes[] = {
-    {List(kFloatLike), List(kFloatLike)},
-    {List(kSigned), List(kSigned)},
-    {List(kByteLike), List(kByteLike)},
-    {List(kUnsignedLike), List(kUnsignedLike)},
-    {List(kDateLike), List(kDateLike)},
-    {List(kTimeLike), List(kTimeLike)},
+    {List(kFloatLike), List(kFloatLike)},        {List(kSigned), List(kSigned)},
+    {List(kByteLike), List(kByteLike)},          {List(kUnsignedLike), List(kUnsignedLike)},
+    {List(kDateLike), List(kDateLike)},          {List(kTimeLike), List(kTimeLike)},
     {List(kDateTimeLike), List(kAnyDateOrTime)},
 };
 
@@ -234,16 +240,16 @@ struct MainNumberSize {
 };
 
 constexpr MainNumberSize kStandardBitSizes[] = {
-    {1, 1},     {2, 2},     {3, 4},     {4, 8},     {5, 8},     {6, 8},     {7, 16},
-    {8, 16},    {9, 16},    {10, 24},   {11, 24},   {12, 32},   {13, 32},   {14, 32},
-    {15, 32},   {16, 112},  {17, 8},    {18, 8},    {19, 64},   {20, 8},    {21, 8},
-    {22, 16},   {23, 8},    {24, kVariable},        {25, 8},    {26, 8},    {27, 32},
-    {28, kVariable},        {29, 64},   {30, 24},   {31, 3},    {200, 9},   {201, 16},
-    {202, 16},  {203, 24},  {204, 16},  {205, 24},  {206, 24},  {207, 16},  {209, 24},
-    {210, 32},  {211, 16},  {212, 48},  {213, 64},  {214, 32},  {215, 40},  {216, 40},
-    {217, 16},  {218, 40},  {219, 48},  {220, 32},  {221, 48},  {222, 48},  {223, 24},
-    {224, 48},  {225, 24},  {229, 48},  {230, 64},  {231, 32},  {232, 24},  {234, 16},
-    {235, 48},  {236, 8},   {237, 16},  {238, 8},   {239, 16},  {240, 24},  {241, 32},
+    {1, 1},    {2, 2},    {3, 4},          {4, 8},    {5, 8},    {6, 8},    {7, 16},
+    {8, 16},   {9, 16},   {10, 24},        {11, 24},  {12, 32},  {13, 32},  {14, 32},
+    {15, 32},  {16, 112}, {17, 8},         {18, 8},   {19, 64},  {20, 8},   {21, 8},
+    {22, 16},  {23, 8},   {24, kVariable}, {25, 8},   {26, 8},   {27, 32},  {28, kVariable},
+    {29, 64},  {30, 24},  {31, 3},         {200, 9},  {201, 16}, {202, 16}, {203, 24},
+    {204, 16}, {205, 24}, {206, 24},       {207, 16}, {209, 24}, {210, 32}, {211, 16},
+    {212, 48}, {213, 64}, {214, 32},       {215, 40}, {216, 40}, {217, 16}, {218, 40},
+    {219, 48}, {220, 32}, {221, 48},       {222, 48}, {223, 24}, {224, 48}, {225, 24},
+    {229, 48}, {230, 64}, {231, 32},       {232, 24}, {234, 16}, {235, 48}, {236, 8},
+    {237, 16}, {238, 8},  {239, 16},       {240, 24}, {241, 32},
 };
 
 constexpr std::size_t kHighestStandardMainNumber = 241;
@@ -339,8 +345,8 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const VELVALUE& val,
     }
     // A value without a type (ivtNone) is handed to the converter unchecked.
     if (val.ivt != ivtNone && !AreValueTypesCompatible(val.ivt, entry.GetValueType())) {
-      AVO_LOG_ERROR("Invalid value type found for DPT = "
-                    << DptText{dpt} << " val.ivt=" << static_cast<int>(val.ivt));
+      AVO_LOG_ERROR("Invalid value type found for DPT = " << DptText{dpt} << " val.ivt="
+                                                          << static_cast<int>(val.ivt));
       return false;
     }
     const KnxConverter* converter = entry.GetConverter();
@@ -407,8 +413,9 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gv
     }
     const KnxStack::GroupValue& chosen = actual == 6 ? rebuilt : gv;
     if (mismatch && expected != kVariableBitSize) {
-      AVO_LOG_ERROR("Failed to convert a GroupValue for DPT " << DptText{dpt}
-                    << " because of unexpected bit size: " << actual << ", expected: " << expected);
+      AVO_LOG_ERROR("Failed to convert a GroupValue for DPT "
+                    << DptText{dpt} << " because of unexpected bit size: " << actual
+                    << ", expected: " << expected);
       return false;
     }
 

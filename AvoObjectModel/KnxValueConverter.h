@@ -34,9 +34,9 @@ public:
   /// A row holding a clone of `converter`; a null converter gives a row without one.
   DptValueEntry(const KNXDPT& dpt, VelValueType valueType, VelDP::VelValueSubType valueSubType,
                 const KnxConverter* converter)
-      : DptValueEntry(dpt, valueType, valueSubType,
-                      std::unique_ptr<KnxConverter>(converter != nullptr ? converter->Clone()
-                                                                         : nullptr)) {}
+      : DptValueEntry(
+            dpt, valueType, valueSubType,
+            std::unique_ptr<KnxConverter>(converter != nullptr ? converter->Clone() : nullptr)) {}
   /// A row that takes over `converter`, a clone made for it alone.
   DptValueEntry(const KNXDPT& dpt, VelValueType valueType, VelDP::VelValueSubType valueSubType,
                 std::unique_ptr<KnxConverter>&& converter) noexcept
@@ -243,9 +243,9 @@ public:
   const DptValueEntry& GetEntry(const KNXDPT& dpt) const { return m_dptValueMap.GetEntry(dpt); }
   /// Registers one row holding a clone of `converter`; the first registration
   /// of a (main, sub) pair wins. False only when the row could not be stored.
-  bool AddDptValueMapEntry(std::uint16_t mainNumber, std::uint16_t subNumber,
-                           std::uint8_t bitSize, VelValueType valueType,
-                           VelDP::VelValueSubType valueSubType, const KnxConverter& converter) {
+  bool AddDptValueMapEntry(std::uint16_t mainNumber, std::uint16_t subNumber, std::uint8_t bitSize,
+                           VelValueType valueType, VelDP::VelValueSubType valueSubType,
+                           const KnxConverter& converter) {
     // Defined here so that filling the catalogue inlines it: Init runs for
     // every value check. The row's one clone is moved into the map.
     std::unique_ptr<KnxConverter> clone(converter.Clone());

@@ -52,8 +52,8 @@ std::string RemoteRequestMessengerDeviceStack::RequestAsync(const std::string& r
   return m_client.Request(request);
 }
 
-std::string RemoteRequestMessengerDeviceStack::SetConfigurationAsync(
-    const std::string& configuration) {
+std::string
+RemoteRequestMessengerDeviceStack::SetConfigurationAsync(const std::string& configuration) {
   return m_client.SendConfiguration(configuration);
 }
 

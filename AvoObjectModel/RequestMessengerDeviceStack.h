@@ -62,7 +62,8 @@ public:
 /// false when the client refuses). EnableNativeFormat selects the format
 /// named "Native".
 // NOLINTNEXTLINE(cppcoreguidelines-special-member-functions): noncopyable base
-class AVO_OBJECTMODEL_EXPORT RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
+class AVO_OBJECTMODEL_EXPORT RemoteRequestMessengerDeviceStack
+    : public RequestMessengerDeviceStack {
 public:
   /// The client must outlive the adapter.
   explicit RemoteRequestMessengerDeviceStack(Polt::IDeviceStackClient& client);

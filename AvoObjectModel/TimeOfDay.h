@@ -2,8 +2,8 @@
 /// @file
 /// Conversions between the platform's time record and a time of day.
 
-#include "AvoObjectModel/Export.h"
 #include "AvoApp/TimeOfDay.h"
+#include "AvoObjectModel/Export.h"
 #include "VelValue.h"
 
 #include <boost/optional.hpp>

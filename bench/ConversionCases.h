@@ -34,9 +34,8 @@ struct ConversionCase {
 
 namespace detail {
 
-inline VELVALUE Time(VelValueType type, unsigned short year, unsigned char month,
-                     unsigned char day, unsigned char hour, unsigned char minute,
-                     unsigned char second) {
+inline VELVALUE Time(VelValueType type, unsigned short year, unsigned char month, unsigned char day,
+                     unsigned char hour, unsigned char minute, unsigned char second) {
   VELVALUE value(type);
   value.tmVal.SetDateTime(year, month, day, hour, minute, second, true);
   return value;
@@ -77,30 +76,53 @@ inline const std::vector<ConversionCase>& ConversionCases() {
     const VELVALUE dateTime = detail::Time(ivtDateTime, 2024, 5, 6, 10, 20, 30);
     const VELVALUE unknown = With(ivtFloat, [](VELVALUE& v) { v.dblVal = 1.0; });
     return std::vector<ConversionCase>{
-        {"1.001", {1, 1, 1}, boolean, boolean,
+        {"1.001",
+         {1, 1, 1},
+         boolean,
+         boolean,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsBoolean(v.byVal != 0); },
          [](const GroupValue& g, VELVALUE& v) { v.byVal = g.GetAsBoolean() ? 1 : 0; }},
-        {"5.001", {8, 5, 1}, byte, byte,
+        {"5.001",
+         {8, 5, 1},
+         byte,
+         byte,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsUnsigned8(v.byVal); },
          [](const GroupValue& g, VELVALUE& v) { v.byVal = g.GetAsUnsigned8(); }},
-        {"7.001", {16, 7, 1}, word, word,
+        {"7.001",
+         {16, 7, 1},
+         word,
+         word,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsUnsigned16(v.wVal); },
          [](const GroupValue& g, VELVALUE& v) { v.wVal = g.GetAsUnsigned16(); }},
-        {"9.001", {16, 9, 1}, temperature, temperature,
+        {"9.001",
+         {16, 9, 1},
+         temperature,
+         temperature,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsFloat16(v.dblVal); },
          [](const GroupValue& g, VELVALUE& v) { v.dblVal = g.GetAsFloat16(); }},
-        {"13.001", {32, 13, 1}, integer, integer,
+        {"13.001",
+         {32, 13, 1},
+         integer,
+         integer,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsSigned32(v.lVal); },
          [](const GroupValue& g, VELVALUE& v) { v.lVal = g.GetAsSigned32(); }},
-        {"14.000", {32, 14, 0}, single, single,
+        {"14.000",
+         {32, 14, 0},
+         single,
+         single,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsFloat32(static_cast<float>(v.dblVal)); },
          [](const GroupValue& g, VELVALUE& v) { v.dblVal = g.GetAsFloat32(); }},
-        {"16.001", {112, 16, 1}, text, text,
+        {"16.001",
+         {112, 16, 1},
+         text,
+         text,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsString14(v.strVal); },
          [](const GroupValue& g, VELVALUE& v) { v.strVal = g.GetAsString14(); }},
         // The catalogue's row for 10.x takes the plain time-of-day type; the
         // bridge takes the type with weekday.
-        {"10.001", {24, 10, 1}, detail::TimeOfDayValue(ivtTime),
+        {"10.001",
+         {24, 10, 1},
+         detail::TimeOfDayValue(ivtTime),
          detail::TimeOfDayValue(ivtDayTime),
          [](const VELVALUE& v, GroupValue& g) {
            g.SetAsTimeOfDay(v.tmVal.hour, v.tmVal.minute, v.tmVal.second, GroupValue::Monday);
@@ -116,7 +138,10 @@ inline const std::vector<ConversionCase>& ConversionCases() {
                                static_cast<unsigned char>(second), true);
            v.tmVal.weekday = static_cast<std::uint16_t>(1U << (day - 1U));
          }},
-        {"11.001", {24, 11, 1}, date, date,
+        {"11.001",
+         {24, 11, 1},
+         date,
+         date,
          [](const VELVALUE& v, GroupValue& g) {
            g.SetAsDate(v.tmVal.day, v.tmVal.month, v.tmVal.year);
          },
@@ -129,20 +154,32 @@ inline const std::vector<ConversionCase>& ConversionCases() {
                            static_cast<unsigned char>(day), true);
          }},
         // No typed accessor: the floor lays out and reads the 8 raw bytes.
-        {"19.001", {64, 19, 1}, dateTime, dateTime,
+        {"19.001",
+         {64, 19, 1},
+         dateTime,
+         dateTime,
          [](const VELVALUE& v, GroupValue& g) {
            const VELTIME& t = v.tmVal;
            const std::uint8_t bytes[] = {static_cast<std::uint8_t>(t.year - 1900),
-                                         t.month, t.day, t.hour, t.minute, t.second, 0x20, 0};
+                                         t.month,
+                                         t.day,
+                                         t.hour,
+                                         t.minute,
+                                         t.second,
+                                         0x20,
+                                         0};
            g = GroupValue(KnxStack::BinaryData(bytes, sizeof bytes), 64);
          },
          [](const GroupValue& g, VELVALUE& v) {
            const std::uint8_t* bytes = g.GetRawData().GetData();
            v.tmVal.SetDateTime(static_cast<unsigned short>(bytes[0] + 1900), bytes[1] & 0x0F,
-                               bytes[2] & 0x1F, bytes[3] & 0x1F, bytes[4] & 0x3F,
-                               bytes[5] & 0x3F, true);
+                               bytes[2] & 0x1F, bytes[3] & 0x1F, bytes[4] & 0x3F, bytes[5] & 0x3F,
+                               true);
          }},
-        {"99.001", {16, 99, 1}, unknown, unknown,
+        {"99.001",
+         {16, 99, 1},
+         unknown,
+         unknown,
          [](const VELVALUE& v, GroupValue& g) { g.SetAsFloat16(v.dblVal); },
          [](const GroupValue& g, VELVALUE& v) { v.dblVal = g.GetAsFloat16(); }},
     };

@@ -24,8 +24,7 @@ void VelValueToGroupValue(benchmark::State& state, const ConversionCase& convers
                           log4cplus::LogLevel level) {
   const AvoBench::ScopedLogLevel logLevel(level);
   const std::uint32_t dpt = conversion.PackedDpt();
-  if (conversion.dpt.mainNumber != 99 &&
-      !Avo::VelValueToGroupValue(conversion.bridgeValue, dpt)) {
+  if (conversion.dpt.mainNumber != 99 && !Avo::VelValueToGroupValue(conversion.bridgeValue, dpt)) {
     state.SkipWithError("the value does not convert");
     return;
   }

@@ -61,7 +61,8 @@ public:
 
 private:
   double Percentile(double fraction) const {
-    const auto index = static_cast<std::size_t>(fraction * static_cast<double>(m_samples.size() - 1));
+    const auto index =
+        static_cast<std::size_t>(fraction * static_cast<double>(m_samples.size() - 1));
     return m_samples[index];
   }
 

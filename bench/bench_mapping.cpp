@@ -32,7 +32,8 @@ const std::vector<CoInput>& CoInputs() {
   static const std::vector<CoInput> inputs = [] {
     std::vector<CoInput> built;
     for (std::size_t i = 0; i < kInputs; ++i) {
-      built.push_back({static_cast<std::uint16_t>((i * 7) % 4100), LogicalDeviceId(1 + static_cast<int>(i % 2))});
+      built.push_back({static_cast<std::uint16_t>((i * 7) % 4100),
+                       LogicalDeviceId(1 + static_cast<int>(i % 2))});
     }
     return built;
   }();
@@ -126,19 +127,18 @@ void RegisterAll() {
   AvoBench::Register("KnxKelMapping/IsCoChannel", [](benchmark::State& s) {
     OverIdentifiers(s, [](ObjModelId id) { return KnxKelMapping::IsCoChannel(id); });
   });
-  AvoBench::RegisterFloor("KnxKelMapping/IsCoChannel", [](benchmark::State& s) {
-    OverIdentifiers(s, IsCoChannelFloor);
-  });
+  AvoBench::RegisterFloor("KnxKelMapping/IsCoChannel",
+                          [](benchmark::State& s) { OverIdentifiers(s, IsCoChannelFloor); });
 
   AvoBench::Register("KnxKelMapping/GetCoNumberFromObjModelId", [](benchmark::State& s) {
     OverIdentifiers(s, [](ObjModelId id) {
-      return KnxKelMapping::GetCoNumberFromObjModelId(id, LogicalDeviceId(1 + static_cast<int>(id / 100000 % 2)));
+      return KnxKelMapping::GetCoNumberFromObjModelId(
+          id, LogicalDeviceId(1 + static_cast<int>(id / 100000 % 2)));
     });
   });
   AvoBench::RegisterFloor("KnxKelMapping/GetCoNumberFromObjModelId", [](benchmark::State& s) {
-    OverIdentifiers(s, [](ObjModelId id) {
-      return CoNumberFloor(id, static_cast<int>(1 + id / 100000 % 2));
-    });
+    OverIdentifiers(
+        s, [](ObjModelId id) { return CoNumberFloor(id, static_cast<int>(1 + id / 100000 % 2)); });
   });
 
   AvoBench::Register("KnxKelMapping/GetParameterChannelObjModelId", [](benchmark::State& s) {
@@ -155,12 +155,14 @@ void RegisterAll() {
 
   AvoBench::Register("KnxKelMapping/GetParameterTypeFromObjModelId", [](benchmark::State& s) {
     OverIdentifiers(s, [](ObjModelId id) {
-      return KnxKelMapping::GetParameterTypeFromObjModelId(id, LogicalDeviceId(1 + static_cast<int>(id / 100000 % 2)));
+      return KnxKelMapping::GetParameterTypeFromObjModelId(
+          id, LogicalDeviceId(1 + static_cast<int>(id / 100000 % 2)));
     });
   });
 
   AvoBench::Register("KnxKelMapping/GetIvtFromDpt", [](benchmark::State& s) {
-    OverIdentifiers(s, [](ObjModelId id) { return KnxKelMapping::GetIvtFromDpt((id % 256) << 16); });
+    OverIdentifiers(s,
+                    [](ObjModelId id) { return KnxKelMapping::GetIvtFromDpt((id % 256) << 16); });
   });
   AvoBench::RegisterFloor("KnxKelMapping/GetIvtFromDpt", [](benchmark::State& s) {
     static const std::array<VelValueType, 256> types = MainTypesByNumber();

@@ -27,10 +27,11 @@ void Check(bool condition) {
 
 // Every type tag of a record, and one that no record has.
 constexpr std::array<VelValueType, 27> kTypes = {
-    ivtNone,       ivtEmpty,    ivtBool,      ivtFloat,      ivtInteger,     ivtShort,       ivtByte,
-    ivtWord,       ivtDWord,    ivtData40,    ivtString,     ivtDate,        ivtTime,        ivtDateTime,
-    ivtTimeLag,    ivtDayTime,  ivtQWord,     ivtTimestamp,  ivtTimeSpan,    ivtDayDate,     ivtUtcDateTime,
-    ivtByteArray,  ivtEnumByte, ivtPercent,   ivtStepBytes,  ivtAngle,       VelValueType{16}};
+    ivtNone,      ivtEmpty,    ivtBool,         ivtFloat,     ivtInteger,  ivtShort,
+    ivtByte,      ivtWord,     ivtDWord,        ivtData40,    ivtString,   ivtDate,
+    ivtTime,      ivtDateTime, ivtTimeLag,      ivtDayTime,   ivtQWord,    ivtTimestamp,
+    ivtTimeSpan,  ivtDayDate,  ivtUtcDateTime,  ivtByteArray, ivtEnumByte, ivtPercent,
+    ivtStepBytes, ivtAngle,    VelValueType{16}};
 
 void DptRoundTrip(const std::string& text) {
   const AvoKnx::Dpt dpt = AvoKnx::ParseDpt(text);
@@ -83,7 +84,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
       ValueRoundTrip(text, kTypes[pick]);
     }
-  } catch (const AvoKnx::UsageError&) {
-  }
+  } catch (const AvoKnx::UsageError&) {}
   return 0;
 }

@@ -51,7 +51,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool accepted = Avo::CheckGroupValue(value, dpt);
   KNXDPT keptDpt(static_cast<std::uint8_t>(bitSize), main, sub);
   VELVALUE scratch;
-  if (accepted != kept.FromKnxValue(keptDpt, value, scratch) || accepted != Avo::CheckGroupValue(value, dpt)) {
+  if (accepted != kept.FromKnxValue(keptDpt, value, scratch) ||
+      accepted != Avo::CheckGroupValue(value, dpt)) {
     std::abort();
   }
   return 0;

@@ -28,7 +28,8 @@ void CheckFrame(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::uint8_t> input(data, data + size);
   const auto request = Protocol::DecodeRequest(data, size);
   if (request) {
-    const std::vector<std::uint8_t> encoded = WithoutPrefix(Protocol::EncodeRequest(request.Value()));
+    const std::vector<std::uint8_t> encoded =
+        WithoutPrefix(Protocol::EncodeRequest(request.Value()));
     Check(encoded.size() == input.size());
     const auto again = Protocol::DecodeRequest(encoded.data(), encoded.size());
     Check(again && WithoutPrefix(Protocol::EncodeRequest(again.Value())) == encoded);
@@ -48,8 +49,8 @@ void CheckFrame(const std::uint8_t* data, std::size_t size) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size >= Protocol::LengthPrefixSize) {
     const auto length = Protocol::DecodeFrameLength(data);
-    Check(!length || (length.Value() >= Protocol::HeaderSize &&
-                      length.Value() <= Protocol::MaxFrameSize));
+    Check(!length ||
+          (length.Value() >= Protocol::HeaderSize && length.Value() <= Protocol::MaxFrameSize));
   }
   if (size <= Protocol::MaxFrameSize) {
     CheckFrame(data, size);

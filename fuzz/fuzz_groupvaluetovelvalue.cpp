@@ -8,7 +8,7 @@
 
 #include "Avo/Logging.h"
 
-#include <boost/date_time/gregorian/greg_day.hpp> // bad_day_of_month
+#include <boost/date_time/gregorian/greg_day.hpp>   // bad_day_of_month
 #include <boost/date_time/gregorian/greg_month.hpp> // bad_month
 #include <log4cplus/nullappender.h>
 

@@ -10,8 +10,8 @@
 // type (2), big-endian; the rest is the payload: the group value's bytes, the
 // serialised text, or a record's value area (the size of a VELTIME, in the
 // host's layout) followed by its text.
-#include "AvoObjectModel/KnxValueConverter.h"
 #include "Avo/Logging.h"
+#include "AvoObjectModel/KnxValueConverter.h"
 
 #include <log4cplus/nullappender.h>
 
@@ -83,12 +83,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::uint8_t header[10] = {};
   const std::size_t headerSize = std::min(size, sizeof(header));
   std::memcpy(header, data, headerSize);
-  const auto word = [&header](int at) { return static_cast<std::uint16_t>(header[at] << 8 | header[at + 1]); };
+  const auto word = [&header](int at) {
+    return static_cast<std::uint16_t>(header[at] << 8 | header[at + 1]);
+  };
   KNXDPT dpt(header[1], word(2), word(4));
   const unsigned definedSize = word(6);
   const std::string payload(reinterpret_cast<const char*>(data) + headerSize, size - headerSize);
-  const KnxStack::GroupValue group(KnxStack::BinaryData(std::vector<std::uint8_t>(payload.begin(), payload.end())),
-                                   definedSize);
+  const KnxStack::GroupValue group(
+      KnxStack::BinaryData(std::vector<std::uint8_t>(payload.begin(), payload.end())), definedSize);
   VELVALUE value(static_cast<VelValueType>(word(8)));
   KnxStack::GroupValue out;
   std::string serialised;

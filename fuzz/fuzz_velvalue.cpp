@@ -34,8 +34,9 @@ void TextRoundTrip(const std::string& text) {
 
 void ByteRoundTrip(const std::uint8_t* data, std::size_t size) {
   const auto count = static_cast<unsigned int>(size);
-  for (const VelValueType type : {ivtBool, ivtFloat, ivtInteger, ivtShort, ivtByte, ivtWord,
-                                  ivtDWord, ivtData40, ivtString, ivtDate, ivtByteArray, ivtEmpty}) {
+  for (const VelValueType type :
+       {ivtBool, ivtFloat, ivtInteger, ivtShort, ivtByte, ivtWord, ivtDWord, ivtData40, ivtString,
+        ivtDate, ivtByteArray, ivtEmpty}) {
     for (const bool shortForm : {false, true}) {
       VELVALUE value(type);
       if (!ByteArrayToVelValue(data, count, value, shortForm)) {

@@ -45,8 +45,8 @@ public:
     if (m_limit) {
       // The wall clock alone decides whether to report, so that a scope
       // below its limit reads no CPU times (a system call) at its end.
-      const auto wall = boost::chrono::duration_cast<boost::chrono::nanoseconds>(
-          WallClock::now() - m_wallStart);
+      const auto wall =
+          boost::chrono::duration_cast<boost::chrono::nanoseconds>(WallClock::now() - m_wallStart);
       if (wall.count() >= *m_limit) {
         AVO_LOG_INFO(m_message << FormatTimes(m_timer.elapsed()));
       }

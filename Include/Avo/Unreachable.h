@@ -19,9 +19,10 @@ namespace Avo {
 [[noreturn]] inline void ReportUnreachable(const char* function, const char* file, int line) {
   const log4cplus::Logger& logger = GetGlobalDefaultLogger();
   if (logger.isEnabledFor(log4cplus::FATAL_LOG_LEVEL)) {
-    detail::Emit(logger, log4cplus::FATAL_LOG_LEVEL, function, file, line,
-                 std::string("This statement should not be executed. There is a bug somewhere around ") +
-                     file + ":" + std::to_string(line));
+    detail::Emit(
+        logger, log4cplus::FATAL_LOG_LEVEL, function, file, line,
+        std::string("This statement should not be executed. There is a bug somewhere around ") +
+            file + ":" + std::to_string(line));
   }
   std::terminate();
 }

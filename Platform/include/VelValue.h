@@ -13,26 +13,26 @@
 
 /// Type tag of a VELVALUE (32-bit).
 enum VelValueType : std::int32_t {
-  ivtNone = 0,        ///< no value (e.g. the invalid-data code of a KNX float)
-  ivtEmpty = 1,       ///< empty: default-constructed record, empty catalogue entry
-  ivtBool = 2,        ///< boolean, in byVal (0 or 1)
-  ivtFloat = 3,       ///< double, in dblVal
-  ivtInteger = 4,     ///< signed 32-bit, in lVal
-  ivtShort = 5,       ///< signed 16-bit, in lVal
-  ivtByte = 6,        ///< unsigned 8-bit, in byVal
-  ivtWord = 7,        ///< unsigned 16-bit, in wVal
-  ivtDWord = 8,       ///< unsigned 32-bit, in dwVal
-  ivtData40 = 9,      ///< 40-bit data block, its 5 bytes in strVal
-  ivtString = 10,     ///< UTF-8 text, in strVal
-  ivtDate = 11,       ///< date, in tmVal
-  ivtTime = 12,       ///< time of day, in tmVal
-  ivtDateTime = 13,   ///< date and time, in tmVal
-  ivtTimeLag = 14,    ///< signed 32-bit time lag, in lVal
-  ivtDayTime = 15,    ///< time of day with weekday, in tmVal
-  ivtQWord = 20,      ///< unsigned counter, in dwVal
-  ivtTimestamp = 102, ///< point in time, in tmVal
-  ivtTimeSpan = 104,  ///< time of day as a span, in tmVal
-  ivtDayDate = 105,   ///< calendar day, in tmVal
+  ivtNone = 0,          ///< no value (e.g. the invalid-data code of a KNX float)
+  ivtEmpty = 1,         ///< empty: default-constructed record, empty catalogue entry
+  ivtBool = 2,          ///< boolean, in byVal (0 or 1)
+  ivtFloat = 3,         ///< double, in dblVal
+  ivtInteger = 4,       ///< signed 32-bit, in lVal
+  ivtShort = 5,         ///< signed 16-bit, in lVal
+  ivtByte = 6,          ///< unsigned 8-bit, in byVal
+  ivtWord = 7,          ///< unsigned 16-bit, in wVal
+  ivtDWord = 8,         ///< unsigned 32-bit, in dwVal
+  ivtData40 = 9,        ///< 40-bit data block, its 5 bytes in strVal
+  ivtString = 10,       ///< UTF-8 text, in strVal
+  ivtDate = 11,         ///< date, in tmVal
+  ivtTime = 12,         ///< time of day, in tmVal
+  ivtDateTime = 13,     ///< date and time, in tmVal
+  ivtTimeLag = 14,      ///< signed 32-bit time lag, in lVal
+  ivtDayTime = 15,      ///< time of day with weekday, in tmVal
+  ivtQWord = 20,        ///< unsigned counter, in dwVal
+  ivtTimestamp = 102,   ///< point in time, in tmVal
+  ivtTimeSpan = 104,    ///< time of day as a span, in tmVal
+  ivtDayDate = 105,     ///< calendar day, in tmVal
   ivtUtcDateTime = 201, ///< date and time in UTC, in tmVal
   ivtByteArray = 1005,  ///< raw bytes, in strVal
   ivtEnumByte = 1021,   ///< enumeration byte, in byVal
@@ -77,26 +77,25 @@ enum WEEK_DAY_TYPES : std::uint16_t {
 /// Date and time part of a VELVALUE. Trivial, so that it can live in the
 /// record's value union; a VELVALUE clears it on construction.
 struct AVO_PLATFORM_EXPORT VELTIME {
-  std::uint16_t year;  ///< full year, e.g. 2024
-  std::uint8_t month;  ///< 1..12
-  std::uint8_t day;    ///< 1..31
-  std::uint8_t hour;   ///< 0..23
-  std::uint8_t minute; ///< 0..59
-  std::uint8_t second; ///< 0..59
-  std::uint8_t hundredths;    ///< hundredths of a second, 0..99
-  std::uint16_t weekday;      ///< VelWeekDays mask, 0 = no day
+  std::uint16_t year;          ///< full year, e.g. 2024
+  std::uint8_t month;          ///< 1..12
+  std::uint8_t day;            ///< 1..31
+  std::uint8_t hour;           ///< 0..23
+  std::uint8_t minute;         ///< 0..59
+  std::uint8_t second;         ///< 0..59
+  std::uint8_t hundredths;     ///< hundredths of a second, 0..99
+  std::uint16_t weekday;       ///< VelWeekDays mask, 0 = no day
   std::uint16_t timeOfDayOnly; ///< 1 when only the time of day is meaningful
-  bool isLocalTime;  ///< the fields are local time (false: UTC)
-  bool isValid;      ///< the fields hold a date or time that was set
+  bool isLocalTime;            ///< the fields are local time (false: UTC)
+  bool isValid;                ///< the fields hold a date or time that was set
 
   /// Zeroes every field; isLocalTime is set to the argument.
   void Clear(bool localTime);
   /// Sets the date, clears the time of day and the weekday; isValid = true.
   void SetDate(unsigned short year, unsigned char month, unsigned char day, bool localTime);
   /// Sets date and time; the weekday is computed from the date when it is valid.
-  void SetDateTime(unsigned short year, unsigned char month, unsigned char day,
-                   unsigned char hour, unsigned char minute, unsigned char second,
-                   bool localTime);
+  void SetDateTime(unsigned short year, unsigned char month, unsigned char day, unsigned char hour,
+                   unsigned char minute, unsigned char second, bool localTime);
 
   /// True for a day of the Gregorian calendar from year 1400 to 9999.
   static bool IsValidDate(unsigned short year, unsigned char month, unsigned char day);
@@ -214,10 +213,11 @@ AVO_PLATFORM_EXPORT std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt
 /// docs/value-text-form.md). size is the buffer's capacity on entry and the
 /// number of bytes written on return. False, with size untouched, for a
 /// buffer that is too small or a type without a byte form.
-AVO_PLATFORM_EXPORT bool VelValueToByteArray(const VELVALUE& value, unsigned char* buffer, unsigned int& size);
+AVO_PLATFORM_EXPORT bool VelValueToByteArray(const VELVALUE& value, unsigned char* buffer,
+                                             unsigned int& size);
 
 /// Reads raw bytes into a value of the type that value.ivt names. shortForm
 /// marks a 1-bit group value. False, with value untouched, when the bytes do
 /// not fit the type.
-AVO_PLATFORM_EXPORT bool ByteArrayToVelValue(const unsigned char* data, unsigned int size, VELVALUE& value,
-                         bool shortForm);
+AVO_PLATFORM_EXPORT bool ByteArrayToVelValue(const unsigned char* data, unsigned int size,
+                                             VELVALUE& value, bool shortForm);

@@ -8,8 +8,8 @@ namespace {
 
 [[noreturn]] void ThrowShortRead(unsigned int index, unsigned int needed, unsigned int size) {
   throw GroupValueException("BinaryData: " + std::to_string(needed) + " byte(s) needed at index " +
-                            std::to_string(index) + ", but the data holds " +
-                            std::to_string(size) + " byte(s)");
+                            std::to_string(index) + ", but the data holds " + std::to_string(size) +
+                            " byte(s)");
 }
 
 // True when count bytes are there from index on; written so that a huge index

@@ -330,17 +330,28 @@ std::optional<DecodeError> CheckHeader(const FrameHeader& header, bool answer) {
 
 std::string KindName(MessageKind kind) {
   switch (kind) {
-  case MessageKind::ProtocolError: return "ProtocolError";
-  case MessageKind::GetValue: return "GetValue";
-  case MessageKind::SetValue: return "SetValue";
-  case MessageKind::Request: return "Request";
-  case MessageKind::RegisterApplication: return "RegisterApplication";
-  case MessageKind::SendConfiguration: return "SendConfiguration";
-  case MessageKind::SetConfiguration: return "SetConfiguration";
-  case MessageKind::GetDeviceConfig: return "GetDeviceConfig";
-  case MessageKind::SetDeviceConfig: return "SetDeviceConfig";
-  case MessageKind::SetValueFormat: return "SetValueFormat";
-  case MessageKind::SetInternalValueFormat: return "SetInternalValueFormat";
+  case MessageKind::ProtocolError:
+    return "ProtocolError";
+  case MessageKind::GetValue:
+    return "GetValue";
+  case MessageKind::SetValue:
+    return "SetValue";
+  case MessageKind::Request:
+    return "Request";
+  case MessageKind::RegisterApplication:
+    return "RegisterApplication";
+  case MessageKind::SendConfiguration:
+    return "SendConfiguration";
+  case MessageKind::SetConfiguration:
+    return "SetConfiguration";
+  case MessageKind::GetDeviceConfig:
+    return "GetDeviceConfig";
+  case MessageKind::SetDeviceConfig:
+    return "SetDeviceConfig";
+  case MessageKind::SetValueFormat:
+    return "SetValueFormat";
+  case MessageKind::SetInternalValueFormat:
+    return "SetInternalValueFormat";
   }
   return "Kind" + std::to_string(static_cast<unsigned>(kind));
 }

@@ -88,14 +88,10 @@ void GroupValue::SetAsUnsigned2(unsigned char value) {
   Store(&byte, 1, 2);
 }
 
-unsigned char GroupValue::GetAsUnsigned2() const {
-  return BytesFor("GetAsUnsigned2", 1)[0] & 0x03;
-}
+unsigned char GroupValue::GetAsUnsigned2() const { return BytesFor("GetAsUnsigned2", 1)[0] & 0x03; }
 
 // 3 bits: 00000vvv (the mode field of a status byte)
-unsigned char GroupValue::GetAsUnsigned3() const {
-  return BytesFor("GetAsUnsigned3", 1)[0] & 0x07;
-}
+unsigned char GroupValue::GetAsUnsigned3() const { return BytesFor("GetAsUnsigned3", 1)[0] & 0x07; }
 
 // 4 bits: 0000csss (direction, step code)
 void GroupValue::SetAsUnsigned4(unsigned char value) {
@@ -103,9 +99,7 @@ void GroupValue::SetAsUnsigned4(unsigned char value) {
   Store(&byte, 1, 4);
 }
 
-unsigned char GroupValue::GetAsUnsigned4() const {
-  return BytesFor("GetAsUnsigned4", 1)[0] & 0x0F;
-}
+unsigned char GroupValue::GetAsUnsigned4() const { return BytesFor("GetAsUnsigned4", 1)[0] & 0x0F; }
 
 // 8 bits: vvvvvvvv, unsigned, two's complement or one character.
 void GroupValue::SetAsUnsigned8(unsigned char value) {
@@ -223,10 +217,9 @@ void GroupValue::SetAsTimeOfDay(int hour, int minute, int second, DayOfWeek day)
   CheckField("SetAsTimeOfDay", "minute", minute, 0, 59);
   CheckField("SetAsTimeOfDay", "second", second, 0, 59);
   CheckField("SetAsTimeOfDay", "day of week", day, NoDay, Sunday);
-  const std::uint8_t bytes[] = {Byte(static_cast<unsigned int>(day) << 5u |
-                                     static_cast<unsigned int>(hour)),
-                                Byte(static_cast<unsigned int>(minute)),
-                                Byte(static_cast<unsigned int>(second))};
+  const std::uint8_t bytes[] = {
+      Byte(static_cast<unsigned int>(day) << 5u | static_cast<unsigned int>(hour)),
+      Byte(static_cast<unsigned int>(minute)), Byte(static_cast<unsigned int>(second))};
   Store(bytes, 3, 24);
 }
 

@@ -8,6 +8,4 @@ std::string KNXDPT::ToString() const {
   return std::to_string(mainNumber) + "." + std::to_string(subNumber);
 }
 
-std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt) {
-  return os << dpt.ToString();
-}
+std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt) { return os << dpt.ToString(); }

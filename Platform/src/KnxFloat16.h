@@ -2,7 +2,7 @@
 // The KNX 2-byte float codec behind GroupValue::SetAsFloat16/GetAsFloat16,
 // defined here so that the group value's accessors inline it.
 
-#include <cmath>   // std::isnan
+#include <cmath> // std::isnan
 #include <cstdint>
 #include <cstring> // std::memcpy
 
@@ -23,14 +23,12 @@ constexpr int kMaxMantissa = 2047;
 // exponent stops one mantissa step earlier.
 constexpr int kMaxMantissaAtMaxExponent = 2046;
 
-constexpr double kPowersOfTwo[kMaxExponent + 1] = {1,    2,    4,    8,     16,    32,
-                                                   64,   128,  256,  512,   1024,  2048,
-                                                   4096, 8192, 16384, 32768};
+constexpr double kPowersOfTwo[kMaxExponent + 1] = {1,   2,   4,    8,    16,   32,   64,    128,
+                                                   256, 512, 1024, 2048, 4096, 8192, 16384, 32768};
 // Exact, so that multiplying by them divides exactly.
 constexpr double kInversePowersOfTwo[kMaxExponent + 1] = {
-    1.0,         1.0 / 2,    1.0 / 4,    1.0 / 8,     1.0 / 16,    1.0 / 32,
-    1.0 / 64,    1.0 / 128,  1.0 / 256,  1.0 / 512,   1.0 / 1024,  1.0 / 2048,
-    1.0 / 4096,  1.0 / 8192, 1.0 / 16384, 1.0 / 32768};
+    1.0,       1.0 / 2,   1.0 / 4,    1.0 / 8,    1.0 / 16,   1.0 / 32,   1.0 / 64,    1.0 / 128,
+    1.0 / 256, 1.0 / 512, 1.0 / 1024, 1.0 / 2048, 1.0 / 4096, 1.0 / 8192, 1.0 / 16384, 1.0 / 32768};
 
 constexpr std::uint16_t Pack(int mantissa, int exponent) {
   const unsigned int bits = static_cast<unsigned int>(mantissa) & 0xFFFu;

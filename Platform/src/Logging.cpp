@@ -206,7 +206,9 @@ LoggingRecursionPadding::LoggingRecursionPadding() { ++t_recursionDepth; }
 
 LoggingRecursionPadding::~LoggingRecursionPadding() { --t_recursionDepth; }
 
-std::string LoggingRecursionPadding::Current() { return std::string(std::size_t{2} * t_recursionDepth, ' '); }
+std::string LoggingRecursionPadding::Current() {
+  return std::string(std::size_t{2} * t_recursionDepth, ' ');
+}
 
 std::string LogEntryFormatter::Format(const char* function, const char* file, int line,
                                       const std::string& text) {

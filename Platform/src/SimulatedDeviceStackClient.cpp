@@ -369,9 +369,9 @@ private:
     answer.sequence = ++m_lastSequence;
     answer.requestId = std::to_string(++m_lastRequestNumber);
     if (plan.errorCode != 0) {
-      answer.error = DeviceStackError(plan.errorCode, "Simulated failure",
-                                      std::string(operation) + "(" + argument + ")",
-                                      plan.errorMessage);
+      answer.error =
+          DeviceStackError(plan.errorCode, "Simulated failure",
+                           std::string(operation) + "(" + argument + ")", plan.errorMessage);
     }
     return answer;
   }
@@ -577,9 +577,7 @@ bool SimulatedDeviceStackClient::IsInternalValueFormatEnabled() const {
   return m_impl->IsInternalValueFormatEnabled();
 }
 
-std::string SimulatedDeviceStackClient::GetValueFormat() const {
-  return m_impl->GetValueFormat();
-}
+std::string SimulatedDeviceStackClient::GetValueFormat() const { return m_impl->GetValueFormat(); }
 
 void SimulatedDeviceStackClient::SetOptions(SimulatedDeviceStackOptions options) {
   m_impl->SetOptions(std::move(options));
@@ -611,9 +609,8 @@ void SimulatedDeviceStackClient::SetInternalValueFormat(bool enabled) {
   m_impl->SetInternalValueFormat(enabled);
 }
 
-bool SimulatedDeviceStackClient::SetConfiguration(unsigned long id,
-                                                  const std::map<PropertyType, Property>& properties,
-                                                  bool /*flag*/) {
+bool SimulatedDeviceStackClient::SetConfiguration(
+    unsigned long id, const std::map<PropertyType, Property>& properties, bool /*flag*/) {
   return m_impl->SetConfiguration(id, properties);
 }
 

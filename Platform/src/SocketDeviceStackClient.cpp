@@ -182,9 +182,8 @@ public:
 
   bool WaitUntilConnected(std::chrono::milliseconds timeout, std::uint64_t connections) const {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_connectionChanged.wait_for(lock, timeout, [&] {
-      return m_usable && m_counters.connections >= connections;
-    });
+    return m_connectionChanged.wait_for(
+        lock, timeout, [&] { return m_usable && m_counters.connections >= connections; });
   }
 
   SocketDeviceStackClientCounters GetCounters() const { return m_counters.Snapshot(); }
@@ -253,10 +252,8 @@ public:
         lock, Clock::now() + m_options.synchronousTimeout, [&call] { return call->done; });
     m_pendingCalls.erase(requestId);
     if (!answered) {
-      AVO_LOG_WARN("No answer from the device stack service to request " << requestId
-                                                                          << " within "
-                                                                          << m_options.synchronousTimeout.count()
-                                                                          << " ms");
+      AVO_LOG_WARN("No answer from the device stack service to request "
+                   << requestId << " within " << m_options.synchronousTimeout.count() << " ms");
       return false;
     }
     if (text != nullptr) {
@@ -418,13 +415,14 @@ private:
         return connection;
       }
       AVO_LOG_DEBUG("Device stack service at '" << m_options.socketPath << "' not reachable ("
-                                                << failure << "), next attempt in "
-                                                << delay.count() << " ms");
+                                                << failure << "), next attempt in " << delay.count()
+                                                << " ms");
       std::unique_lock<std::mutex> lock(m_mutex);
       if (m_wakeUp.wait_for(lock, delay, [this] { return m_stopping; })) {
         return nullptr;
       }
-      delay = std::min(delay * 2, std::max(m_options.maxReconnectDelay, m_options.minReconnectDelay));
+      delay =
+          std::min(delay * 2, std::max(m_options.maxReconnectDelay, m_options.minReconnectDelay));
     }
   }
 
@@ -467,16 +465,15 @@ private:
     m_callAnswered.notify_all();
     m_connectionChanged.notify_all();
     if (!stopping) {
-      AVO_LOG_WARN("Lost the connection to the device stack service at '"
-                   << m_options.socketPath << "', reconnecting");
+      AVO_LOG_WARN("Lost the connection to the device stack service at '" << m_options.socketPath
+                                                                          << "', reconnecting");
     }
     return stopping;
   }
 
   void Dispatch(Protocol::Answer& answer) {
     if (answer.kind == Protocol::MessageKind::ProtocolError) {
-      AVO_LOG_ERROR("The device stack service could not read request " << answer.requestId
-                                                                       << ": "
+      AVO_LOG_ERROR("The device stack service could not read request " << answer.requestId << ": "
                                                                        << answer.error.message);
       CompleteCall(answer);
       return;
@@ -641,8 +638,8 @@ std::string SocketDeviceStackClient::GetValue(unsigned long id, bool flag) {
   return m_impl->SendAsync(Protocol::GetValueRequest{*objectId, flag}, nullptr);
 }
 
-std::string SocketDeviceStackClient::SetValue(unsigned long id, const std::string& value,
-                                              bool flag, void* context) {
+std::string SocketDeviceStackClient::SetValue(unsigned long id, const std::string& value, bool flag,
+                                              void* context) {
   const std::optional<std::uint32_t> objectId = WireObjectId(id);
   if (!objectId) {
     return std::string();

@@ -19,9 +19,8 @@ public:
   /// Connects to the socket at path. Null when nothing listens there; the
   /// reason (errno text) is written to failure. Writes that cannot go on for
   /// sendTimeout fail instead of blocking on a service that does not read.
-  static std::unique_ptr<UnixStreamConnection> Connect(const std::string& path,
-                                                       std::chrono::milliseconds sendTimeout,
-                                                       std::string& failure);
+  static std::unique_ptr<UnixStreamConnection>
+  Connect(const std::string& path, std::chrono::milliseconds sendTimeout, std::string& failure);
 
   ~UnixStreamConnection();
   UnixStreamConnection(const UnixStreamConnection&) = delete;

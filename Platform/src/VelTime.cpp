@@ -10,9 +10,7 @@ namespace {
 constexpr unsigned short kFirstValidYear = 1400;
 constexpr unsigned short kLastValidYear = 9999;
 
-bool IsLeapYear(unsigned int year) {
-  return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-}
+bool IsLeapYear(unsigned int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
 unsigned int DaysInMonth(unsigned int year, unsigned int month) {
   static constexpr unsigned char kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};

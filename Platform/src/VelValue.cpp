@@ -183,6 +183,4 @@ std::string VELVALUE::ToString() const {
   return line;
 }
 
-std::ostream& operator<<(std::ostream& os, const VELVALUE& value) {
-  return os << value.ToString();
-}
+std::ostream& operator<<(std::ostream& os, const VELVALUE& value) { return os << value.ToString(); }

@@ -9,8 +9,8 @@
 
 #include <utf8cpp/utf8.h>
 
-#include <charconv>     // std::to_chars, std::from_chars
-#include <limits>       // std::numeric_limits
+#include <charconv> // std::to_chars, std::from_chars
+#include <limits>   // std::numeric_limits
 #include <string_view>
 #include <system_error> // std::errc
 
@@ -123,7 +123,8 @@ void AppendTime(std::string& out, const VELTIME& time) {
 /// piece only on success, and nothing reads past the end.
 class TextReader {
 public:
-  explicit TextReader(std::string_view text) : m_position(text.data()), m_end(text.data() + text.size()) {}
+  explicit TextReader(std::string_view text)
+      : m_position(text.data()), m_end(text.data() + text.size()) {}
 
   bool AtEnd() const { return m_position == m_end; }
 
@@ -137,7 +138,8 @@ public:
   }
 
   /// Decimal digits (a leading minus only for signed types) in T's range.
-  template <class T> bool ReadInteger(T& value) {
+  template <class T>
+  bool ReadInteger(T& value) {
     const auto result = std::from_chars(m_position, m_end, value);
     if (result.ec != std::errc()) {
       return false;
@@ -230,7 +232,8 @@ private:
     case 'x': {
       int high = 0;
       int low = 0;
-      if (m_end - m_position < 2 || !HexValue(m_position[0], high) || !HexValue(m_position[1], low)) {
+      if (m_end - m_position < 2 || !HexValue(m_position[0], high) ||
+          !HexValue(m_position[1], low)) {
         return false;
       }
       text += static_cast<char>(high << 4 | low);
@@ -246,7 +249,8 @@ private:
   const char* m_end;
 };
 
-bool ReadFlag(TextReader& reader, std::string_view whenTrue, std::string_view whenFalse, bool& flag) {
+bool ReadFlag(TextReader& reader, std::string_view whenTrue, std::string_view whenFalse,
+              bool& flag) {
   if (reader.Skip(whenTrue)) {
     flag = true;
     return true;

@@ -47,27 +47,45 @@ TEST(Bridge, EverySupportedMainNumberGoesOutAndComesBack) {
       {{Dpt(2, 1)}, U8(ivtByte, 3), "03", 2, {}},
       {{Dpt(3, 7)}, U8(ivtByte, 0x0B), "0B", 4, {}},
       {{Dpt(5, 1), Dpt(18, 1), Dpt(20, 102), Dpt(21, 1), Dpt(26, 1), Dpt(238, 600)},
-       U8(ivtByte, 3), "03", 8, {}},
-      {{Dpt(17, 1)}, U8(ivtByte, 63), "3F", 8, {}}, // the highest scene number
+       U8(ivtByte, 3),
+       "03",
+       8,
+       {}},
+      {{Dpt(17, 1)}, U8(ivtByte, 63), "3F", 8, {}},   // the highest scene number
       {{Dpt(6, 10)}, U8(ivtByte, 0xF6), "F6", 8, {}}, // -10
       {{Dpt(7, 1), Dpt(22, 101), Dpt(217, 1), Dpt(234, 1), Dpt(237, 600)},
-       Avo::MakeWordVelValue(0x0102), "01 02", 16, {}},
+       Avo::MakeWordVelValue(0x0102),
+       "01 02",
+       16,
+       {}},
       {{Dpt(8, 1)}, Avo::MakeIntegerVelValue(-300), "FE D4", 16, {}},
       {{Dpt(9, 1)}, Avo::MakeFloatVelValue(21.5), "0C 33", 16, {}},
       // The date of a time of day is not sent: it comes back as 1 January 2000.
-      {{Dpt(10, 1)}, Time(ivtDayTime, 2024, 5, 8, 10, 20, 30, W::WEDNESDAY), "6A 14 1E", 24,
+      {{Dpt(10, 1)},
+       Time(ivtDayTime, 2024, 5, 8, 10, 20, 30, W::WEDNESDAY),
+       "6A 14 1E",
+       24,
        Time(ivtDayTime, 2000, 1, 1, 10, 20, 30, W::WEDNESDAY, true)},
       // Dates come back set, with their weekday.
-      {{Dpt(11, 1)}, Time(ivtDate, 2024, 5, 6), "06 05 18", 24,
+      {{Dpt(11, 1)},
+       Time(ivtDate, 2024, 5, 6),
+       "06 05 18",
+       24,
        Time(ivtDate, 2024, 5, 6, 0, 0, 0, W::MONDAY, true)},
       {{Dpt(12, 1), Dpt(15, 0), Dpt(27, 1)}, U32(ivtDWord, 0xEE6B2800), "EE 6B 28 00", 32, {}},
       {{Dpt(13, 1)}, Avo::MakeIntegerVelValue(-2), "FF FF FF FE", 32, {}},
       {{Dpt(14, 0)}, Avo::MakeFloatVelValue(1.5), "3F C0 00 00", 32, {}},
       // The euro sign has no Latin-1 byte: it goes out and comes back as "?".
-      {{Dpt(16, 1)}, Avo::MakeStringVelValue("\xC3\xBC \xE2\x82\xAC"),
-       "FC 20 3F 00 00 00 00 00 00 00 00 00 00 00", 112, Avo::MakeStringVelValue("\xC3\xBC ?")},
+      {{Dpt(16, 1)},
+       Avo::MakeStringVelValue("\xC3\xBC \xE2\x82\xAC"),
+       "FC 20 3F 00 00 00 00 00 00 00 00 00 00 00",
+       112,
+       Avo::MakeStringVelValue("\xC3\xBC ?")},
       // Sunday: day of week 7 beside the hour; the no-working-day flag.
-      {{Dpt(19, 1)}, Time(ivtDateTime, 2024, 5, 5, 10, 20, 30), "7C 05 05 EA 14 1E 20 00", 64,
+      {{Dpt(19, 1)},
+       Time(ivtDateTime, 2024, 5, 5, 10, 20, 30),
+       "7C 05 05 EA 14 1E 20 00",
+       64,
        Time(ivtDateTime, 2024, 5, 5, 10, 20, 30, W::SUNDAY, true)},
       {{Dpt(232, 600)}, Avo::MakeDWordVelValue(0x00FF8000), "FF 80 00", 24, {}},
   };
@@ -106,7 +124,7 @@ TEST(Bridge, EncodingClampsRefusesAndLogs) {
   const struct {
     Avo::PackedDpt dpt;
     VELVALUE value;
-    std::string wire; // "none" when nothing is sent
+    std::string wire;  // "none" when nothing is sent
     std::string error; // the one ERROR line, "" for none
   } cases[] = {
       {Dpt(7, 1), U32(ivtWord, 65535), "FF FF", ""},
@@ -124,14 +142,16 @@ TEST(Bridge, EncodingClampsRefusesAndLogs) {
       {Dpt(11, 1), Time(ivtDate, 2090, 1, 1), "none", "Not a valid date: 2090 1 1 "},
       {Dpt(10, 1), Time(ivtDayTime, 2024, 5, 6, 24, 0, 0, W::SUNDAY), "none",
        "Could not convert VELTIME 2024 5 6 24 0 0 0 64 0 1 0 to TimeOfDay"},
-      {Dpt(16, 1), Str(ivtString, "ab\xFF"), "none", "Got VELVALUE that contains a non-UTF8 string"},
+      {Dpt(16, 1), Str(ivtString, "ab\xFF"), "none",
+       "Got VELVALUE that contains a non-UTF8 string"},
       // Hours roll into the next day (a Thursday); the year byte wraps.
       {Dpt(19, 1), Time(ivtDateTime, 2155, 12, 31, 30), "00 01 01 86 00 00 20 00", ""},
       // No such month: sent as the fault value.
       {Dpt(19, 1), Time(ivtDateTime, 2024, 13, 1, 10), "00 00 00 00 00 00 BE 00",
        "Could not convert VELTIME 2024 13 1 10 0 0 0 0 0 1 0 to TimeOfDay"},
       // The type is checked before anything else.
-      {Dpt(7, 1), U32(ivtDWord, 70000), "none", "Value type mismatch: Expected 'Word', got 'DWord'"},
+      {Dpt(7, 1), U32(ivtDWord, 70000), "none",
+       "Value type mismatch: Expected 'Word', got 'DWord'"},
       {Dpt(300, 1), U8(ivtByte, 1), "none", "Value type mismatch: Expected 'Empty', got 'Byte'"},
       // Main 31 is decoded only.
       {Dpt(31, 1), U8(ivtByte, 5), "none",
@@ -159,10 +179,12 @@ TEST(Bridge, DecodingRefusesWithOneLine) {
   } cases[] = {
       {Dpt(32, 1), Group({0x01}), error, "Unsupported DPT: 32.1"},
       {Dpt(4, 1), Group({0x41}), error, "Unsupported DPT: 4.1"},
-      {Dpt(10, 1), Group({0x19, 0x00, 0x00}), error, "Received invalid value 19 00 00 for DPT 10.1"},
+      {Dpt(10, 1), Group({0x19, 0x00, 0x00}), error,
+       "Received invalid value 19 00 00 for DPT 10.1"},
       // Unknown to the converter, so unchecked; too short for its encoding.
       {Dpt(22, 1), Group({0x12}), error, "Received invalid value 12 for DPT 22.1"},
-      {Dpt(11, 1), Group({0x06, 0x05, 0x18, 0x00}, 24), warn, badDate + "Length in bytes is 4, expected 3"},
+      {Dpt(11, 1), Group({0x06, 0x05, 0x18, 0x00}, 24), warn,
+       badDate + "Length in bytes is 4, expected 3"},
       {Dpt(11, 1), Group({0x06, 0x05, 0x64}), warn, badDate + "Year 100 is out of range (0-99)"},
   };
   for (const auto& c : cases) {

@@ -88,22 +88,30 @@ TEST_F(AppHostConfigFile, ElementAndAttributeRulesApplyInDocumentOrderWithoutLog
   const std::string locations = "<App RootPath='/n'/><ManagedApp RootPath='/m'/>"
                                 "<AppHost RootPath='/h'/>"
                                 "<AppConnectorHost RootPath='/c' DisableStartup='1'/>";
-  const std::tuple<bool, std::string, std::string> cases[] = { // debug mode before, XML, result
-      {false, "<Other WithoutKNX='1'/><avoapphostconfig WithoutKNX='1'/>" +
-                  Config("<debugging Active='1'/><Other><Debugging Active='1'/></Other>"), ""},
+  const std::tuple<bool, std::string, std::string> cases[] = {
+      // debug mode before, XML, result
+      {false,
+       "<Other WithoutKNX='1'/><avoapphostconfig WithoutKNX='1'/>" +
+           Config("<debugging Active='1'/><Other><Debugging Active='1'/></Other>"),
+       ""},
       // Every flag value but "0" switches a flag on. An app host that does
       // not start takes the connector host with it in the end, but not the
       // reverse (see the locations below).
-      {false, Debugging(" Active='no'", "<AppHost DisableStartup=' 0'/>") +
-                  Config("", " WithoutKNX='false' TerminateOnFirmwareUpdate='00'"),
+      {false,
+       Debugging(" Active='no'", "<AppHost DisableStartup=' 0'/>") +
+           Config("", " WithoutKNX='false' TerminateOnFirmwareUpdate='00'"),
        "debug hostOff connectorOff noKnx terminate"},
-      {true, Debugging("", "<AppHost DisableStartup='1'/><AppConnectorHost DisableStartup='0'/>") +
-                 Debugging(" Active='0'", ""), "hostOff connectorOff"},
+      {true,
+       Debugging("", "<AppHost DisableStartup='1'/><AppConnectorHost DisableStartup='0'/>") +
+           Debugging(" Active='0'", ""),
+       "hostOff connectorOff"},
       // Later elements override earlier ones; empty values leave them.
-      {false, Config("<ObjectModelConfig Path='/a'/>", " WithoutKNX='1'") +
-                  Config("<ObjectModelConfig Path=''/><ObjectModelConfig Path='/c&amp;d'/>",
-                         " WithoutKNX='' TerminateOnFirmwareUpdate='1'") +
-                  Config("", " TerminateOnFirmwareUpdate='0'"), "noKnx om=/c&d"},
+      {false,
+       Config("<ObjectModelConfig Path='/a'/>", " WithoutKNX='1'") +
+           Config("<ObjectModelConfig Path=''/><ObjectModelConfig Path='/c&amp;d'/>",
+                  " WithoutKNX='' TerminateOnFirmwareUpdate='1'") +
+           Config("", " TerminateOnFirmwareUpdate='0'"),
+       "noKnx om=/c&d"},
       // Debugging's children count in debug mode only, whoever switched it.
       {false, Debugging(" Active='1'", locations),
        "debug connectorOff native=/n managed=/m host=/h connector=/c"},
@@ -111,15 +119,19 @@ TEST_F(AppHostConfigFile, ElementAndAttributeRulesApplyInDocumentOrderWithoutLog
       {true, Debugging("", "<AppHost RootPath='/h' DisableStartup='1'/>"),
        "debug hostOff connectorOff host=/h"},
       // After a byte-order mark; "Dp" without a number or with an empty one is skipped.
-      {false, "\xEF\xBB\xBF<?xml version='1.0'?>" +
-                  Config(ResponseDps("<Dp ObjId='3'/><Dp/><Dp ObjId=''/><X ObjId='9'/>"
-                                     "<Dp ObjId='1'>t</Dp>") +
-                         "<KelConfig>t<!-- c --><ResponseDps><Dp ObjId='2'/></ResponseDps>"
-                         "</KelConfig>") +
-                  Config(ResponseDps("<Dp ObjId='3'/>")), "dp3 dp1 dp2 dp3"},
+      {false,
+       "\xEF\xBB\xBF<?xml version='1.0'?>" +
+           Config(ResponseDps("<Dp ObjId='3'/><Dp/><Dp ObjId=''/><X ObjId='9'/>"
+                              "<Dp ObjId='1'>t</Dp>") +
+                  "<KelConfig>t<!-- c --><ResponseDps><Dp ObjId='2'/></ResponseDps>"
+                  "</KelConfig>") +
+           Config(ResponseDps("<Dp ObjId='3'/>")),
+       "dp3 dp1 dp2 dp3"},
       // Only a "ResponseDps" that is the first child of "KelConfig" counts.
-      {false, Config("<KelConfig><Other><Dp ObjId='1'/></Other><ResponseDps><Dp ObjId='2'/>"
-                     "</ResponseDps></KelConfig><ResponseDps><Dp ObjId='3'/></ResponseDps>"), ""}};
+      {false,
+       Config("<KelConfig><Other><Dp ObjId='1'/></Other><ResponseDps><Dp ObjId='2'/>"
+              "</ResponseDps></KelConfig><ResponseDps><Dp ObjId='3'/></ResponseDps>"),
+       ""}};
   for (const auto& [debugBefore, xml, expected] : cases) {
     ScopedLogCapture capture;
     EXPECT_EQ(Load(xml, debugBefore), expected) << xml;
@@ -135,11 +147,22 @@ TEST_F(AppHostConfigFile, ElementAndAttributeRulesApplyInDocumentOrderWithoutLog
 TEST_F(AppHostConfigFile, ObjIdReadsLikeThe32BitStringToUnsignedLong) {
   const std::string range = "out_of_range stoul", invalid = "invalid_argument stoul";
   const std::pair<std::string, std::string> cases[] = {
-      {" 12", "12"}, {" \t\n+7", "7"}, {"12ab", "12"}, {"-1", "4294967295"}, {"-4294967295", "1"},
-      {"0004294967295", "4294967295"}, {"-0", "0"}, {"1234567a9", "1234567"},
-      {"00000000000000000000004294967296", range}, {"4294967296", range},
+      {" 12", "12"},
+      {" \t\n+7", "7"},
+      {"12ab", "12"},
+      {"-1", "4294967295"},
+      {"-4294967295", "1"},
+      {"0004294967295", "4294967295"},
+      {"-0", "0"},
+      {"1234567a9", "1234567"},
+      {"00000000000000000000004294967296", range},
+      {"4294967296", range},
       {"18446744073709551617", range}, // would wrap a 64-bit sum to 1
-      {"-4294967296", range}, {"abc", invalid}, {"+", invalid}, {"- 1", invalid}, {"\v\f\r9", "9"}};
+      {"-4294967296", range},
+      {"abc", invalid},
+      {"+", invalid},
+      {"- 1", invalid},
+      {"\v\f\r9", "9"}};
   for (const auto& [text, expected] : cases) {
     const bool failed = expected.find("stoul") != std::string::npos;
     const std::string dps = ResponseDps("<Dp ObjId='5'/><Dp ObjId='" + text + "'/>");
@@ -174,7 +197,9 @@ TEST_F(AppHostConfigFile, MalformedFileFallsBackAndKeepsEarlierSettings) {
     tooDeep = "<e a='/>'><!-- <e> -->" + tooDeep + "</e>";
   }
   const std::pair<std::string, std::string> cases[] = {
-      {"\x7f" "ELF\x01\x01\x01\0\0\0"s, "expected <"},
+      {"\x7f"
+       "ELF\x01\x01\x01\0\0\0"s,
+       "expected <"},
       {"<AvoAppHostConfig WithoutKNX=\"1", "expected ' or \""},
       {"<AvoAppHostConfig><KelConfig>", "unexpected end of data"},
       {std::string(Config("")).insert(5, 1, '\0'), "expected >"},

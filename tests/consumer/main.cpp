@@ -1,10 +1,10 @@
 // A program built against the installed headers and libraries: it converts
 // through the library, logs through the platform's logger and times a scope
 // with the Boost code that the headers put into the program itself.
-#include "AvoObjectModel/KnxValueConverter.h"
 #include "Avo/Function.h"
 #include "Avo/Logging.h"
 #include "Avo/MeasureDuration.h"
+#include "AvoObjectModel/KnxValueConverter.h"
 #include "KnxStack/GroupValue.h"
 #include "VelValue.h"
 

@@ -12,7 +12,8 @@ const KnxConverter4Bit kFourBit(FloatIntegerRange(-100.0, 100.0, 0, 15));
 // the type, the 1-bit and 4-bit readers only the data.
 TEST(BitFieldConverters, EveryRawValueRoundTrips) {
   for (unsigned raw = 0; raw < 16; ++raw) {
-    const Bytes four{Bytes::value_type(raw)}, two{Bytes::value_type(raw % 4)}, one{Bytes::value_type(raw % 2)};
+    const Bytes four{Bytes::value_type(raw)}, two{Bytes::value_type(raw % 4)},
+        one{Bytes::value_type(raw % 2)};
     // clang-format off
     Check({{To, kFourBit, Dpt(3, 7), U8(ivtByte, raw), four, ""},
            {From, kFourBit, Dpt(3, 7), U8(kUntyped, raw), four, ""},

@@ -13,8 +13,10 @@ const Avo::KnxConverterInteger8BitSigned kSigned(IntegerRange(-128, 127, -128, 1
 const Avo::KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
 
 VELVALUE Character(unsigned byte) { // one Latin-1 character in UTF-8
-  const auto lead = static_cast<char>(0xC0 | (byte >> 6)), next = static_cast<char>(0x80 | (byte & 0x3F));
-  return Str(ivtString, byte < 0x80 ? std::string(1, static_cast<char>(byte)) : std::string{lead, next});
+  const auto lead = static_cast<char>(0xC0 | (byte >> 6)),
+             next = static_cast<char>(0x80 | (byte & 0x3F));
+  return Str(ivtString,
+             byte < 0x80 ? std::string(1, static_cast<char>(byte)) : std::string{lead, next});
 }
 
 // Every bus byte is decoded and goes out again as the same byte, or is
@@ -23,13 +25,18 @@ VELVALUE Character(unsigned byte) { // one Latin-1 character in UTF-8
 // text of its own.
 TEST(ByteConverters, EveryByteRoundTripsOrIsRefusedBothWays) {
   const std::string to255 = "Value out of raw range [0..254] for DPT 5.006: 255";
-  const std::string from255 = "Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255";
+  const std::string from255 =
+      "Value out of raw range IntegerRange(0, 254, 0, 254) for DPT 5.6; value was 255";
   for (unsigned raw = 0; raw < 256; ++raw) {
     const Bytes byte{Bytes::value_type(raw)};
-    const bool ascii = raw < 128, below255 = raw < 255, oneHot = raw % 8 == 1 || raw % 8 == 2 || raw % 8 == 4;
-    const std::string notAscii = ascii ? "" : "Value out of raw range [0..127] for DPT 4.001: " + std::to_string(raw);
-    const std::string mode =
-        oneHot ? "" : "The internal value of DPT=6.20, f=" + std::to_string(raw % 8) + " is out of the allowed range.";
+    const bool ascii = raw < 128, below255 = raw < 255,
+               oneHot = raw % 8 == 1 || raw % 8 == 2 || raw % 8 == 4;
+    const std::string notAscii =
+        ascii ? "" : "Value out of raw range [0..127] for DPT 4.001: " + std::to_string(raw);
+    const std::string mode = oneHot
+                                 ? ""
+                                 : "The internal value of DPT=6.20, f=" + std::to_string(raw % 8) +
+                                       " is out of the allowed range.";
     // clang-format off
     Check({{Both, kLatin1, Dpt(4, 2), Character(raw), byte, ""},
            {Both, kAscii, Dpt(4, 1), Character(raw), byte, notAscii},

@@ -8,7 +8,6 @@
 #include <thread>
 #include <utility>
 
-
 namespace {
 
 using namespace ConverterTest;
@@ -32,24 +31,30 @@ TEST(DefaultConverter, ConvertsTheRecordsRawBytes) {
          {To, d, Dpt(3, 7, 4), Str(ivtByteArray, "abc"), {}, failed + "3.7"}});
   // clang-format on
   VELVALUE value = U8(ivtBool, false);
-  EXPECT_TRUE(d.FromKnxValue(Dpt(1, 1), KnxStack::GroupValue(KnxStack::BinaryData({1}), 1), value) && value == U8(ivtBool, true));
+  EXPECT_TRUE(
+      d.FromKnxValue(Dpt(1, 1), KnxStack::GroupValue(KnxStack::BinaryData({1}), 1), value) &&
+      value == U8(ivtBool, true));
   value = U16(ivtWord, 7);
   ScopedLogCapture capture;
   EXPECT_FALSE(d.FromKnxValue(Dpt(7, 1), Raw({0x12}), value) || value != VELVALUE());
-  EXPECT_EQ(capture.Lines(), std::vector{Line(log4cplus::ERROR_LOG_LEVEL,
-                                                       "ByteArrayToVelValue failed. DPT=7.1 data size =1", "FromKnxValue")});
+  EXPECT_EQ(capture.Lines(),
+            std::vector{Line(log4cplus::ERROR_LOG_LEVEL,
+                             "ByteArrayToVelValue failed. DPT=7.1 data size =1", "FromKnxValue")});
 }
 
 // A description gives the range's class and bounds in full (the class's name
 // is checked on every row of the tests).
 TEST(ConverterDescription, GivesTheRangeInFull) {
-  const auto range = [](const KnxConverter& converter) { return DescribeKnxConverter(converter).range; };
+  const auto range = [](const KnxConverter& converter) {
+    return DescribeKnxConverter(converter).range;
+  };
   EXPECT_EQ(range(KnxConverter1Bit()), "");
   EXPECT_EQ(range(KnxConverter4Bit(FloatIntegerRange(-100.25, 100, INT32_MIN, 15))),
             "FloatIntegerRange(-100.25, 100, -2147483648, 15)");
   EXPECT_EQ(range(KnxConverterInteger32BitUnsigned(LongIntegerRange(0, 4294967295, -1, 2))),
             "LongIntegerRange(0, 4294967295, -1, 2)");
-  EXPECT_EQ(range(KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255))), "IntegerRange(-64, 64, 0, 255)");
+  EXPECT_EQ(range(KnxConverterSceneInfo(IntegerRange(-64, 64, 0, 255))),
+            "IntegerRange(-64, 64, 0, 255)");
   EXPECT_EQ(range(KnxConverterFloat16BitFloat(FloatRange(-671088.64, 670760.96, -0.5, 1e+300))),
             "FloatRange(-671088.64, 670760.96, -0.5, 1e+300)");
 }
@@ -60,7 +65,9 @@ TEST(ConverterDescription, GivesTheRangeInFull) {
 TEST(ConverterInterface, ClonesKeepClassAndRangeWhileBlocksAreRecycledAcrossThreads) {
   KnxValueConverter catalogue;
   catalogue.Init();
-  const auto describe = [](const KnxConverter& c) { return DescribeKnxConverter(c).className + DescribeKnxConverter(c).range; };
+  const auto describe = [](const KnxConverter& c) {
+    return DescribeKnxConverter(c).className + DescribeKnxConverter(c).range;
+  };
   std::vector<std::pair<const KnxConverter*, std::unique_ptr<KnxConverter>>> clones;
   for (int round = 0; round < 3; ++round) {
     for (int copies = 0; copies < 100; ++copies) {

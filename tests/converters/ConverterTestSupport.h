@@ -28,8 +28,12 @@ using namespace Avo;
 using namespace AvoTest;
 using Bytes = std::vector<std::uint8_t>;
 
-inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) { return KNXDPT(bits, main, sub); }
-inline KnxStack::GroupValue Raw(const Bytes& bytes) { return {KnxStack::BinaryData(bytes), 8 * unsigned(bytes.size())}; }
+inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) {
+  return KNXDPT(bits, main, sub);
+}
+inline KnxStack::GroupValue Raw(const Bytes& bytes) {
+  return {KnxStack::BinaryData(bytes), 8 * unsigned(bytes.size())};
+}
 
 /// The type of the record that FromKnxValue is handed: no converter writes it,
 /// and records of a type unknown to the platform compare in every byte.
@@ -48,19 +52,30 @@ enum Way { To = 1, From = 2, Both = To | From };
 /// afterwards (ivtEmpty: not compared). An empty `error` expects success, any
 /// other the refusal with that ERROR line; refused both ways, the group value
 /// stays kUntouched and the record is not compared.
-struct Row { Way way; const KnxConverter& converter; KNXDPT dpt; VELVALUE value; Bytes bytes; std::string error; };
+struct Row {
+  Way way;
+  const KnxConverter& converter;
+  KNXDPT dpt;
+  VELVALUE value;
+  Bytes bytes;
+  std::string error;
+};
 
 template <class... Classes>
-bool IsA(const KnxConverter& converter) { return ((typeid(converter) == typeid(Classes)) || ...); }
+bool IsA(const KnxConverter& converter) {
+  return ((typeid(converter) == typeid(Classes)) || ...);
+}
 
 /// What a conversion logs: the DEBUG line that begins it where the converter
 /// writes one (kept: not the default and date-and-time converters, nor the
 /// 1-bit and 2-bit readers), then the ERROR line of a refusal.
-inline std::vector<LogLine> Lines(const KnxConverter& converter, Way way, const std::string& trace, const std::string& error) {
+inline std::vector<LogLine> Lines(const KnxConverter& converter, Way way, const std::string& trace,
+                                  const std::string& error) {
   const char* function = way == To ? "ToKnxValue" : "FromKnxValue";
   const bool traced = !IsA<KnxConverterDefault, KnxConverterDateTime>(converter) &&
                       (way == To || !IsA<KnxConverter1Bit, KnxConverter2Bit>(converter));
-  std::vector<LogLine> lines(traced ? 1 : 0, Line(log4cplus::DEBUG_LOG_LEVEL, "DPT is used. DPT = " + trace, function));
+  std::vector<LogLine> lines(
+      traced ? 1 : 0, Line(log4cplus::DEBUG_LOG_LEVEL, "DPT is used. DPT = " + trace, function));
   if (!error.empty() && error != kSilently) {
     lines.push_back(Line(log4cplus::ERROR_LOG_LEVEL, error, function));
   }
@@ -69,11 +84,13 @@ inline std::vector<LogLine> Lines(const KnxConverter& converter, Way way, const 
 
 /// Reads `group` as `row` says into a zeroed record of type kUntyped, compares
 /// the result and the lines, and returns the record.
-inline VELVALUE CheckRead(const KnxConverter& c, const Row& row, const KnxStack::GroupValue& group, const std::string& error) {
+inline VELVALUE CheckRead(const KnxConverter& c, const Row& row, const KnxStack::GroupValue& group,
+                          const std::string& error) {
   ScopedLogCapture capture(log4cplus::DEBUG_LOG_LEVEL);
   VELVALUE value(kUntyped);
   EXPECT_EQ(c.FromKnxValue(row.dpt, group, value), error.empty());
-  const std::string trace = row.dpt.ToString() + " grp.size=" + std::to_string(group.GetDefinedSize()) + " grp.val=";
+  const std::string trace =
+      row.dpt.ToString() + " grp.size=" + std::to_string(group.GetDefinedSize()) + " grp.val=";
   EXPECT_EQ(capture.Lines(), Lines(c, From, trace + group.GetRawData().ToString(), error));
   return value;
 }
@@ -85,16 +102,20 @@ inline VELVALUE CheckRead(const KnxConverter& c, const Row& row, const KnxStack:
 /// itself and refuses.
 inline void Check(const std::vector<Row>& rows) {
   for (const Row& row : rows) {
-    const std::unique_ptr<const KnxConverter> clone(std::unique_ptr<KnxConverter>(row.converter.Clone())->Clone());
-    const std::string name = DescribeKnxConverter(row.converter).className; // the type mangled is Avo::<name>
+    const std::unique_ptr<const KnxConverter> clone(
+        std::unique_ptr<KnxConverter>(row.converter.Clone())->Clone());
+    const std::string name =
+        DescribeKnxConverter(row.converter).className; // the type mangled is Avo::<name>
     const KnxConverter& cloned = *clone;
     ASSERT_EQ(typeid(cloned).name(), "N3Avo" + std::to_string(name.size()) + name + "E");
-    SCOPED_TRACE(row.dpt.ToString() + " " + row.value.ToString() + " " + Raw(row.bytes).GetRawData().ToString());
+    SCOPED_TRACE(row.dpt.ToString() + " " + row.value.ToString() + " " +
+                 Raw(row.bytes).GetRawData().ToString());
     if ((row.way & To) != 0) {
       KnxStack::GroupValue group = Raw(kUntouched);
       ScopedLogCapture capture(log4cplus::DEBUG_LOG_LEVEL);
       EXPECT_EQ(clone->ToKnxValue(row.dpt, row.value, group), row.error.empty());
-      const std::string trace = " ivt=" + std::to_string(row.value.ivt) + " val=" + row.value.ToString();
+      const std::string trace =
+          " ivt=" + std::to_string(row.value.ivt) + " val=" + row.value.ToString();
       EXPECT_EQ(capture.Lines(), Lines(*clone, To, row.dpt.ToString() + trace, row.error));
       const bool untouched = row.bytes.empty() || (row.way == Both && !row.error.empty());
       EXPECT_EQ(group.GetRawData().GetBytes(), untouched ? kUntouched : row.bytes);
@@ -104,17 +125,22 @@ inline void Check(const std::vector<Row>& rows) {
       const bool compared = row.value.ivt != ivtEmpty && (row.error.empty() || row.way == From);
       EXPECT_TRUE(!compared || value == row.value) << value.ToString();
     }
-    const bool checksLength =
-        IsA<KnxConverterInteger24BitUnsigned, KnxConverterDate, KnxConverterTimeOfDay, KnxConverterDateTime>(*clone);
-    for (std::size_t size = 0; (row.way & From) != 0 && row.error.empty() && size < row.bytes.size();
+    const bool checksLength = IsA<KnxConverterInteger24BitUnsigned, KnxConverterDate,
+                                  KnxConverterTimeOfDay, KnxConverterDateTime>(*clone);
+    for (std::size_t size = 0;
+         (row.way & From) != 0 && row.error.empty() && size < row.bytes.size();
          size += std::max<std::size_t>(1, row.bytes.size() - 1)) {
-      const KnxStack::GroupValue group = Raw(Bytes(row.bytes.begin(), row.bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+      const KnxStack::GroupValue group =
+          Raw(Bytes(row.bytes.begin(), row.bytes.begin() + static_cast<std::ptrdiff_t>(size)));
       VELVALUE value;
       if (checksLength) {
-        CheckRead(*clone, row, group, "The group value of DPT=" + row.dpt.ToString() + " is too short: " +
-                  std::to_string(size) + " bytes, expected " + std::to_string(row.bytes.size()) + ".");
+        CheckRead(*clone, row, group,
+                  "The group value of DPT=" + row.dpt.ToString() +
+                      " is too short: " + std::to_string(size) + " bytes, expected " +
+                      std::to_string(row.bytes.size()) + ".");
       } else {
-        EXPECT_THROW(clone->FromKnxValue(row.dpt, group, value), KnxStack::GroupValueException) << size;
+        EXPECT_THROW(clone->FromKnxValue(row.dpt, group, value), KnxStack::GroupValueException)
+            << size;
       }
     }
   }

@@ -9,8 +9,9 @@ const Avo::KnxConverterTimeOfDay kTimeOfDay;
 const Avo::KnxConverterDateTime kDateTime;
 const std::string kOutside = "Cannot convert the date outside of the range [1990...2089]: year=";
 
-VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::uint8_t day, std::uint8_t hour = 0,
-              std::uint8_t minute = 0, std::uint8_t second = 0, std::uint16_t weekday = 0, std::uint16_t dayOnly = 0) {
+VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::uint8_t day,
+              std::uint8_t hour = 0, std::uint8_t minute = 0, std::uint8_t second = 0,
+              std::uint16_t weekday = 0, std::uint16_t dayOnly = 0) {
   return Tm(type, VELTIME{year, month, day, hour, minute, second, 0, weekday, dayOnly, true, true});
 }
 
@@ -36,7 +37,8 @@ TEST(DateConverter, Rules) {
 TEST(TimeOfDayConverter, Rules) {
   const std::string reserved = "No valid TimeOfDay datagram, reserved fields are not zero!";
   for (unsigned day = 0; day < 8; ++day) {
-    const VELVALUE value = Time(ivtDayTime, 2000, 1, 1, 23, 59, 58, day == 0 ? 0 : 1 << (day - 1), 1);
+    const VELVALUE value =
+        Time(ivtDayTime, 2000, 1, 1, 23, 59, 58, day == 0 ? 0 : 1 << (day - 1), 1);
     Check({{Both, kTimeOfDay, Dpt(10, 1), value, {Bytes::value_type(day << 5 | 23), 59, 58}, ""}});
   }
   // clang-format off

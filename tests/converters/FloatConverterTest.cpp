@@ -8,7 +8,8 @@ namespace {
 using namespace ConverterTest;
 
 const KnxConverterFloat16BitFloat kUpTo1000(FloatRange(-273, 1000, -273, 1000));
-const double kMax = std::numeric_limits<float>::max(), kNaN = std::numeric_limits<double>::quiet_NaN();
+const double kMax = std::numeric_limits<float>::max(),
+             kNaN = std::numeric_limits<double>::quiet_NaN();
 const KnxConverterFloat32BitFloat kSingle(FloatRange(-kMax, kMax, -kMax, kMax));
 const VELVALUE kNoValue = WithStatus(VELVALUE(ivtNone), 2); // as a reader leaves a typed record
 
@@ -26,7 +27,8 @@ TEST(FloatConverters, EveryTwoByteCode) {
     const double number = Raw(bytes).GetAsFloat16();
     const bool inRange = code == 0x7FFF || (number >= -273.0 && number <= 1000.0);
     const std::string error = inRange ? "" : OutOfRange(number);
-    Check({{From, kUpTo1000, Dpt(9, 1), code == 0x7FFF ? kNoValue : Dbl(kUntyped, number), bytes, error}});
+    Check({{From, kUpTo1000, Dpt(9, 1), code == 0x7FFF ? kNoValue : Dbl(kUntyped, number), bytes,
+            error}});
   }
 }
 

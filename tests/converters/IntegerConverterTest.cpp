@@ -34,7 +34,8 @@ TEST(IntegerConverters, AcceptanceAndRangeRules) {
 
 // Scaling applies on the way out only, rounding half away from zero.
 TEST(IntegerConverters, SignedLongScalesOnTheWayOutOnly) {
-  const KnxConverterInteger32BitSigned falling(IntegerRange(0, 10, 0, -25)), fine(IntegerRange(0, 100, 0, 249));
+  const KnxConverterInteger32BitSigned falling(IntegerRange(0, 10, 0, -25)),
+      fine(IntegerRange(0, 100, 0, 249));
   // clang-format off
   Check({{To, kPercent, Dpt(13, 1), Lng(ivtInteger, 50), {0, 0, 0, 128}, ""},
          {To, kPercent, Dpt(5, 1), Lng(ivtInteger, 100), {0, 0, 0, 255}, ""},

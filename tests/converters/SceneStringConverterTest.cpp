@@ -7,7 +7,8 @@ using namespace ConverterTest;
 const KnxConverterSceneNumber kNumber(IntegerRange(0, 63, 0, 63));
 const KnxConverterSceneControl kControl(IntegerRange(0, 63, 0, 63));
 const KnxConverterSceneInfo kInfo(IntegerRange(-64, 64, 0, 255));
-const KnxConverter14ByteString kAscii(IntegerRange(0, 127, 0, 127)), kLatin1(IntegerRange(0, 255, 0, 255));
+const KnxConverter14ByteString kAscii(IntegerRange(0, 127, 0, 127)),
+    kLatin1(IntegerRange(0, 255, 0, 255));
 
 // Every bus byte: a passing byte goes out again unchanged, a refused one is
 // refused both ways. A refused scene number is stored without its type;
@@ -66,9 +67,13 @@ TEST(StringConverter, CharactersOutsideTheRangeBecomeUnderscores) {
   // clang-format on
   ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
   VELVALUE ascii(kUntyped);
-  EXPECT_TRUE(kAscii.FromKnxValue(Dpt(16, 0), Raw(bus), ascii) && ascii == Str(ivtString, "Caf__ ol__")) << ascii.ToString();
-  EXPECT_EQ(capture.Lines(), std::vector{Line(log4cplus::INFO_LOG_LEVEL, "Invalid characters for DPT 16.0 has been replaced "
-                                                                           "with _.", "FromKnxValue")});
+  EXPECT_TRUE(kAscii.FromKnxValue(Dpt(16, 0), Raw(bus), ascii) &&
+              ascii == Str(ivtString, "Caf__ ol__"))
+      << ascii.ToString();
+  EXPECT_EQ(capture.Lines(), std::vector{Line(log4cplus::INFO_LOG_LEVEL,
+                                              "Invalid characters for DPT 16.0 has been replaced "
+                                              "with _.",
+                                              "FromKnxValue")});
 }
 
 } // namespace

@@ -14,8 +14,8 @@
 #include <array>
 #include <condition_variable>
 #include <fstream>
-#include <iostream>
 #include <future>
+#include <iostream>
 #include <mutex>
 #include <sstream>
 #include <thread>
@@ -137,8 +137,8 @@ TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarte
   threads.reserve(Writers);
   for (int t = 0; t < Writers; ++t) {
     threads.push_back(std::async(std::launch::async, [&, t] {
-      Write(messenger, FirstObject + static_cast<unsigned long>(t), writers[static_cast<std::size_t>(t)],
-            progress, stop);
+      Write(messenger, FirstObject + static_cast<unsigned long>(t),
+            writers[static_cast<std::size_t>(t)], progress, stop);
     }));
   }
 
@@ -146,7 +146,8 @@ TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarte
   service.Kill();
   std::array<int, Writers> acknowledgedAtKill{};
   for (int t = 0; t < Writers; ++t) {
-    acknowledgedAtKill[static_cast<std::size_t>(t)] = writers[static_cast<std::size_t>(t)].acknowledged;
+    acknowledgedAtKill[static_cast<std::size_t>(t)] =
+        writers[static_cast<std::size_t>(t)].acknowledged;
   }
   // Written whole (first and last line) and with every write acknowledged so far.
   const std::string state = ReadFile(service.StatePath());
@@ -171,7 +172,8 @@ TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarte
   for (int t = 0; t < Writers; ++t) {
     SCOPED_TRACE("writer " + std::to_string(t));
     const Writer& writer = writers[static_cast<std::size_t>(t)];
-    const Avo::Docket docket = messenger.GetValue(FirstObject + static_cast<unsigned long>(t), false);
+    const Avo::Docket docket =
+        messenger.GetValue(FirstObject + static_cast<unsigned long>(t), false);
     ASSERT_TRUE(docket.IsAnswered());
     // Writes that got no answer may or may not have been made, the last one too.
     const int kept = NumberOf(docket.ReadReply());
@@ -197,9 +199,8 @@ TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarte
   }
   std::cout << "[ figures  ] " << attempted << " writes from " << Writers << " threads, "
             << acknowledged << " acknowledged, " << unanswered
-            << " ended with a default docket, 1 SIGKILL, "
-            << client.GetCounters().connections << " connections, " << lostWrites
-            << " acknowledged writes lost\n";
+            << " ended with a default docket, 1 SIGKILL, " << client.GetCounters().connections
+            << " connections, " << lostWrites << " acknowledged writes lost\n";
 }
 
 } // namespace

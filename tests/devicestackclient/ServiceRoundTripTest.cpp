@@ -64,7 +64,8 @@ void SeedLamp(DeviceStackTest::ServiceProcess& service) {
 using Outcome = std::tuple<bool, bool, std::string, std::string>;
 
 Outcome Of(const Avo::Docket& docket) {
-  return {docket.IsAnswered(), docket.IsReplyValid(), docket.ReadReply(), docket.ReadDeliveryError()};
+  return {docket.IsAnswered(), docket.IsReplyValid(), docket.ReadReply(),
+          docket.ReadDeliveryError()};
 }
 
 TEST(SocketClientAndService, EveryRequestKindRoundTripsThroughTheMessenger) {
@@ -82,20 +83,35 @@ TEST(SocketClientAndService, EveryRequestKindRoundTripsThroughTheMessenger) {
     Outcome expected;
   } cases[] = {
       {"GetValue", [&] { return messenger.GetValue(Lamp, false); }, {true, true, Text(21.5), ""}},
-      {"SetValue", [&] { return messenger.SetValue(Lamp, Float(22.5), false); }, {true, true, Text(22.5), ""}},
-      {"GetValue after SetValue", [&] { return messenger.GetValue(Lamp, false); }, {true, true, Text(22.5), ""}},
-      {"GetValue of a missing object", [&] { return messenger.GetValue(Missing, false); },
+      {"SetValue",
+       [&] { return messenger.SetValue(Lamp, Float(22.5), false); },
+       {true, true, Text(22.5), ""}},
+      {"GetValue after SetValue",
+       [&] { return messenger.GetValue(Lamp, false); },
+       {true, true, Text(22.5), ""}},
+      {"GetValue of a missing object",
+       [&] { return messenger.GetValue(Missing, false); },
        {true, false, "", "Object 7 does not exist"}},
-      {"Request", [&] { return messenger.Request("ping", milliseconds(0)); }, {true, true, "ping", ""}},
-      {"RegisterApplication", [&] { return messenger.RegisterApplication("app1", "1.0", "/opt/apps"); },
+      {"Request",
+       [&] { return messenger.Request("ping", milliseconds(0)); },
+       {true, true, "ping", ""}},
+      {"RegisterApplication",
+       [&] { return messenger.RegisterApplication("app1", "1.0", "/opt/apps"); },
        {true, true, "", ""}},
-      {"SetConfiguration text", [&] { return messenger.SetConfiguration("cfg", milliseconds(0), relevant); },
+      {"SetConfiguration text",
+       [&] { return messenger.SetConfiguration("cfg", milliseconds(0), relevant); },
        {true, true, "", ""}},
       {"SetConfiguration properties",
-       [&] { return messenger.SetConfiguration(Lamp, {{Polt::IDeviceStackClient::ptUnit, {"°C"}}}, false); },
+       [&] {
+         return messenger.SetConfiguration(Lamp, {{Polt::IDeviceStackClient::ptUnit, {"°C"}}},
+                                           false);
+       },
        {true, true, "", ""}},
       {"SetConfiguration properties of a missing object",
-       [&] { return messenger.SetConfiguration(Missing, {{Polt::IDeviceStackClient::ptUnit, {"K"}}}, false); },
+       [&] {
+         return messenger.SetConfiguration(Missing, {{Polt::IDeviceStackClient::ptUnit, {"K"}}},
+                                           false);
+       },
        {true, false, "", ""}},
   };
   for (const auto& c : cases) {

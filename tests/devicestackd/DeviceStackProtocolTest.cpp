@@ -16,7 +16,9 @@ using Bytes = std::vector<std::uint8_t>;
 using Polt::IDeviceStackClient;
 
 // The frame without its length prefix, as the decoders take it.
-Bytes Frame(const Bytes& withPrefix) { return Bytes(withPrefix.begin() + LengthPrefixSize, withPrefix.end()); }
+Bytes Frame(const Bytes& withPrefix) {
+  return Bytes(withPrefix.begin() + LengthPrefixSize, withPrefix.end());
+}
 
 Decoded<Request> DecodeRequestFrame(const Bytes& withPrefix) {
   const Bytes frame = Frame(withPrefix);
@@ -35,7 +37,8 @@ std::vector<Request> EveryRequestKind() {
       {3, FreeFormRequest{std::string("with\0nul", 8)}},
       {4, RegisterApplicationRequest{"app", "", "third"}},
       {5, SendConfigurationRequest{"{\"x\":1}"}},
-      {6, SetConfigurationRequest{7, true,
+      {6, SetConfigurationRequest{7,
+                                  true,
                                   {{IDeviceStackClient::ptName, {"lamp"}},
                                    {IDeviceStackClient::ptDefaultValue, {""}},
                                    {static_cast<IDeviceStackClient::PropertyType>(-3), {"odd"}}}}},
@@ -49,15 +52,14 @@ std::vector<Request> EveryRequestKind() {
 }
 
 TEST(DeviceStackProtocol, GetValueRequestHasTheDocumentedBytes) {
-  const Bytes expected = {
-      0x00, 0x00, 0x00, 0x15,                         // length: 16 header + 5 body
-      0x41, 0x56, 0x44, 0x53,                         // "AVDS"
-      0x01,                                           // version
-      0x01,                                           // kind GetValue
-      0x00, 0x00,                                     // flags
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x02, // request id 258
-      0x00, 0x01, 0x87, 0x05,                         // object id 100101
-      0x01};                                          // flag
+  const Bytes expected = {0x00, 0x00, 0x00, 0x15, // length: 16 header + 5 body
+                          0x41, 0x56, 0x44, 0x53, // "AVDS"
+                          0x01,                   // version
+                          0x01,                   // kind GetValue
+                          0x00, 0x00,             // flags
+                          0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x02, // request id 258
+                          0x00, 0x01, 0x87, 0x05,                         // object id 100101
+                          0x01};                                          // flag
   EXPECT_EQ(EncodeRequest({258, GetValueRequest{100101, true}}), expected);
 }
 
@@ -79,7 +81,7 @@ TEST(DeviceStackProtocol, SetValueAnswerHasTheDocumentedBytes) {
       0x00, 0x00, 0x00, 0x01, 'M',                    // message
       0x00, 0x00, 0x00, 0x01,                         // object id
       0x00, 0x00, 0x00, 0x01, 'u',                    // urn
-      0x00, 0x00, 0x00, 0x02, '1', ':'};              // value text
+      0x00, 0x00, 0x00, 0x02, '1',  ':'};             // value text
   EXPECT_EQ(EncodeAnswer(answer), expected);
 }
 
@@ -106,22 +108,26 @@ TEST(DeviceStackProtocol, AnswersCarryThePayloadOfTheirKind) {
     bool text;
   };
   const Case cases[] = {
-      {MessageKind::GetValue, true, true},         {MessageKind::SetValue, true, true},
-      {MessageKind::Request, false, true},         {MessageKind::GetDeviceConfig, false, true},
+      {MessageKind::GetValue, true, true},
+      {MessageKind::SetValue, true, true},
+      {MessageKind::Request, false, true},
+      {MessageKind::GetDeviceConfig, false, true},
       {MessageKind::RegisterApplication, false, false},
       {MessageKind::SendConfiguration, false, false},
       {MessageKind::SetConfiguration, false, false},
-      {MessageKind::SetDeviceConfig, false, false}, {MessageKind::SetValueFormat, false, false},
+      {MessageKind::SetDeviceConfig, false, false},
+      {MessageKind::SetValueFormat, false, false},
       {MessageKind::SetInternalValueFormat, false, false},
-      {MessageKind::ProtocolError, false, false},   {static_cast<MessageKind>(77), false, false},
+      {MessageKind::ProtocolError, false, false},
+      {static_cast<MessageKind>(77), false, false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(KindName(c.kind));
     Answer answer;
     answer.kind = c.kind;
     answer.requestId = 42;
-    answer.error = {c.kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0, "d",
-                    "e", "m"};
+    answer.error = {c.kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0, "d", "e",
+                    "m"};
     answer.objectId = 5;
     answer.urn = "urn:x";
     answer.text = "t";
@@ -160,7 +166,8 @@ TEST(DeviceStackProtocol, EveryTruncationOfAFrameIsAnErrorValue) {
     }
   }
   for (std::size_t size = 0; size < answerFrame.size(); ++size) {
-    const Bytes truncated(answerFrame.begin(), answerFrame.begin() + static_cast<std::ptrdiff_t>(size));
+    const Bytes truncated(answerFrame.begin(),
+                          answerFrame.begin() + static_cast<std::ptrdiff_t>(size));
     EXPECT_FALSE(DecodeAnswer(truncated.data(), truncated.size())) << "size " << size;
   }
 }
@@ -248,11 +255,11 @@ TEST(DeviceStackProtocol, LengthPrefixIsBoundedOnBothSides) {
     std::int32_t code; // 0: accepted
   };
   const Case cases[] = {
-      {{0x00, 0x10, 0x00, 0x00}, 0},                          // exactly MaxFrameSize
-      {{0x00, 0x10, 0x00, 0x01}, ErrorCode::FrameTooLarge},   // one above
+      {{0x00, 0x10, 0x00, 0x00}, 0},                        // exactly MaxFrameSize
+      {{0x00, 0x10, 0x00, 0x01}, ErrorCode::FrameTooLarge}, // one above
       {{0xFF, 0xFF, 0xFF, 0xFF}, ErrorCode::FrameTooLarge},
-      {{0x00, 0x00, 0x00, 0x10}, 0},                          // a bare header
-      {{0x00, 0x00, 0x00, 0x0F}, ErrorCode::MalformedFrame},  // shorter than a header
+      {{0x00, 0x00, 0x00, 0x10}, 0},                         // a bare header
+      {{0x00, 0x00, 0x00, 0x0F}, ErrorCode::MalformedFrame}, // shorter than a header
       {{0x00, 0x00, 0x00, 0x00}, ErrorCode::MalformedFrame},
   };
   for (const Case& c : cases) {

@@ -80,7 +80,8 @@ TEST(DeviceStackPersistence, AcknowledgedWritesSurviveSigkillAtAnyMoment) {
     EXPECT_GE(kept, acknowledged.load());
     EXPECT_LE(kept, acknowledged.load() + 1);
   }
-  EXPECT_THAT(service.ReadLog(), HasSubstr("Removed the stale socket file '" + service.SocketPath() + "'"));
+  EXPECT_THAT(service.ReadLog(),
+              HasSubstr("Removed the stale socket file '" + service.SocketPath() + "'"));
   EXPECT_THAT(service.ReadLog(), Not(HasSubstr("corrupt")));
 }
 
@@ -93,7 +94,9 @@ TEST(DeviceStackPersistence, EverythingAcknowledgedIsKeptAcrossAStop) {
     using namespace Protocol;
     for (const Request& request :
          {Request{1, SetDeviceConfigRequest{{{"key", "line\nbreak \"quoted\""}}}},
-          Request{2, SetConfigurationRequest{Lamp, false, {{Polt::IDeviceStackClient::ptUnit, {"°C"}}}}},
+          Request{
+              2,
+              SetConfigurationRequest{Lamp, false, {{Polt::IDeviceStackClient::ptUnit, {"°C"}}}}},
           Request{3, RegisterApplicationRequest{"a", "", "c"}},
           Request{4, SendConfigurationRequest{std::string("\x01\xFF", 2)}},
           Request{5, SetValueRequest{Lamp, false, "10:\"a b\""}}}) {
@@ -107,7 +110,8 @@ TEST(DeviceStackPersistence, EverythingAcknowledgedIsKeptAcrossAStop) {
   service.Start();
   TestClient client(service.Connect());
   EXPECT_EQ(client.Ask(GetValue(1, Lamp)).text, "10:\"a b\"");
-  EXPECT_EQ(client.Ask({2, Protocol::GetDeviceConfigRequest{}}).text, "key=line\nbreak \"quoted\"\n");
+  EXPECT_EQ(client.Ask({2, Protocol::GetDeviceConfigRequest{}}).text,
+            "key=line\nbreak \"quoted\"\n");
   EXPECT_EQ(service.Stop(), 0);
   // Loading and saving again gives the same file: nothing was lost or changed.
   EXPECT_EQ(ReadFile(service.StatePath()), saved);

@@ -21,10 +21,11 @@ namespace {
 
 std::string MakeTemporaryDirectory() {
   const char* base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") +
-                        "/avo-devicestackd-XXXXXX";
+  std::string pattern =
+      std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/avo-devicestackd-XXXXXX";
   if (::mkdtemp(pattern.data()) == nullptr) {
-    throw std::runtime_error("cannot create a temporary directory: " + std::string(std::strerror(errno)));
+    throw std::runtime_error("cannot create a temporary directory: " +
+                             std::string(std::strerror(errno)));
   }
   return pattern;
 }
@@ -85,7 +86,8 @@ void ServiceProcess::Start() {
   if (!emulator.empty()) {
     arguments.push_back(emulator);
   }
-  arguments.insert(arguments.end(), {Executable(), "--socket", m_socketPath, "--state", m_statePath});
+  arguments.insert(arguments.end(),
+                   {Executable(), "--socket", m_socketPath, "--state", m_statePath});
   arguments.insert(arguments.end(), m_extraArguments.begin(), m_extraArguments.end());
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);
@@ -144,8 +146,7 @@ int ServiceProcess::Wait() {
     throw std::logic_error("the service is not running");
   }
   int status = 0;
-  while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {
-  }
+  while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {}
   m_pid = -1;
   return StatusOf(status);
 }

@@ -7,8 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <fstream>
+#include <memory>
 #include <mutex>
 #include <sys/stat.h>
 #include <thread>
@@ -18,6 +18,7 @@ namespace {
 namespace Protocol = Polt::DeviceStackProtocol;
 using namespace DeviceStackTest;
 using Bytes = std::vector<std::uint8_t>;
+using Protocol::MessageKind;
 using Protocol::ErrorCode::FrameTooLarge;
 using Protocol::ErrorCode::InvalidArgument;
 using Protocol::ErrorCode::InvalidValue;
@@ -25,7 +26,6 @@ using Protocol::ErrorCode::MalformedFrame;
 using Protocol::ErrorCode::UnknownKind;
 using Protocol::ErrorCode::UnknownObject;
 using Protocol::ErrorCode::UnsupportedVersion;
-using Protocol::MessageKind;
 using ::testing::ContainsRegex;
 
 constexpr std::uint32_t Lamp = 100101;
@@ -92,7 +92,9 @@ TEST(DeviceStackService, AnswersEveryRequestKind) {
       {{11, FreeFormRequest{"ping"}}, 0, "ping"},
       {{12, SetDeviceConfigRequest{{{"b", "2"}, {"a", "1"}}}}, 0, ""},
       {{13, GetDeviceConfigRequest{false}}, 0, "a=1\nb=2\n"},
-      {{14, SetConfigurationRequest{Lamp, false, {{Polt::IDeviceStackClient::ptName, {"lamp"}}}}}, 0, ""},
+      {{14, SetConfigurationRequest{Lamp, false, {{Polt::IDeviceStackClient::ptName, {"lamp"}}}}},
+       0,
+       ""},
       {{15, SetConfigurationRequest{5, false, {}}}, UnknownObject, ""},
       {{16, RegisterApplicationRequest{"app", "1.0", "path"}}, 0, ""},
       {{17, SendConfigurationRequest{"{}"}}, 0, ""},
@@ -158,10 +160,18 @@ std::vector<BadInput> BadInputs() {
        InvalidValue, 11, MessageKind::SetValue, false},
       {"wrong magic", RawFrame(kind(MessageKind::GetValue), getValueBody, 11, 1, 0, 0x48545450),
        MalformedFrame, 0, MessageKind::ProtocolError, true},
-      {"length above the limit", {0x00, 0x10, 0x00, 0x01, 'A', 'V', 'D', 'S'}, FrameTooLarge, 0,
-       MessageKind::ProtocolError, true},
-      {"length below a header", {0x00, 0x00, 0x00, 0x03, 'G', 'E', 'T'}, MalformedFrame, 0,
-       MessageKind::ProtocolError, true},
+      {"length above the limit",
+       {0x00, 0x10, 0x00, 0x01, 'A', 'V', 'D', 'S'},
+       FrameTooLarge,
+       0,
+       MessageKind::ProtocolError,
+       true},
+      {"length below a header",
+       {0x00, 0x00, 0x00, 0x03, 'G', 'E', 'T'},
+       MalformedFrame,
+       0,
+       MessageKind::ProtocolError,
+       true},
   };
 }
 

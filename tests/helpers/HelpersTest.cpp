@@ -1,6 +1,6 @@
+#include "Avo/MeasureDuration.h"
 #include "AvoObjectModel/GroupValueVelValue.h"
 #include "AvoObjectModel/TimeOfDay.h"
-#include "Avo/MeasureDuration.h"
 
 #include "LogCapture.h"
 
@@ -17,10 +17,10 @@ namespace {
 
 using namespace std::string_literals;
 using AvoTest::LogLine;
-using ::testing::ElementsAre;
 using boost::gregorian::date;
 using boost::posix_time::ptime;
 using boost::posix_time::time_duration;
+using ::testing::ElementsAre;
 
 VELTIME Time(std::uint8_t hour, std::uint16_t weekdayMask) {
   return VELTIME{2024, 5, 6, hour, 59, 58, 0, weekdayMask, 0, true, true};
@@ -48,9 +48,15 @@ TEST(RepairUtf8, ValidTextIsKeptAndEachInvalidSequenceBecomesOneQuestionMark) {
   const std::string valid = "\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80";
   // Cut off at the end or inside, a lead byte without continuation, bytes that
   // start nothing, an overlong form and a surrogate; the text's own final NUL stays.
-  const std::pair<std::string, std::string> cases[] = {
-      {"", ""}, {"a\0b"s, "a\0b"s}, {valid, valid}, {"ab\xC3", "ab?"}, {"ab\xE2\x82", "ab?"},
-      {"a\xC3(b", "a?(b"}, {"\xFF\xFE", "??"}, {"\xC0\xAF\xED\xA0\x80", "??"}, {"\xFF\0"s, "?\0"s}};
+  const std::pair<std::string, std::string> cases[] = {{"", ""},
+                                                       {"a\0b"s, "a\0b"s},
+                                                       {valid, valid},
+                                                       {"ab\xC3", "ab?"},
+                                                       {"ab\xE2\x82", "ab?"},
+                                                       {"a\xC3(b", "a?(b"},
+                                                       {"\xFF\xFE", "??"},
+                                                       {"\xC0\xAF\xED\xA0\x80", "??"},
+                                                       {"\xFF\0"s, "?\0"s}};
   for (const auto& [text, repaired] : cases) {
     EXPECT_EQ(Avo::RepairUTF8(text).Str(), repaired);
   }
@@ -82,7 +88,7 @@ TEST(VelValueHelper, EachOverloadBuildsItsOwnTypeAndChecksIt) {
   EXPECT_THROW(Avo::ToVelValue(std::uint8_t{1}, ivtBool), Avo::AssertionFailed);
   EXPECT_THROW(Avo::ToVelValue(1.0, ivtInteger), Avo::AssertionFailed);
   const auto failed = AvoTest::Line(log4cplus::FATAL_LOG_LEVEL,
-                           "AVO_ASSERT2(result.ivt == expectedType) failed", "ToVelValue");
+                                    "AVO_ASSERT2(result.ivt == expectedType) failed", "ToVelValue");
   EXPECT_THAT(capture.Lines(), ElementsAre(failed, failed));
 }
 

@@ -20,7 +20,9 @@ using Bytes = std::vector<std::uint8_t>;
 #define CALL(call) (#call), [](GroupValue& v) { v.call; }
 #define IS(expr) [](const GroupValue& v) { return expr; }
 
-GroupValue FromBytes(const Bytes& b) { return GroupValue(BinaryData(b), 8 * static_cast<unsigned int>(b.size())); }
+GroupValue FromBytes(const Bytes& b) {
+  return GroupValue(BinaryData(b), 8 * static_cast<unsigned int>(b.size()));
+}
 
 std::string DateOf(const GroupValue& v) {
   int day = 0, month = 0, year = 0;
@@ -32,7 +34,8 @@ std::string TimeOf(const GroupValue& v) {
   int hour = 0, minute = 0, second = 0;
   GroupValue::DayOfWeek day = GroupValue::NoDay;
   v.GetAsTimeOfDay(&hour, &minute, &second, &day);
-  return std::to_string(hour) + ":" + std::to_string(minute) + ":" + std::to_string(second) + " day " + std::to_string(day);
+  return std::to_string(hour) + ":" + std::to_string(minute) + ":" + std::to_string(second) +
+         " day " + std::to_string(day);
 }
 
 // Each call is made over a longer value, of which nothing may remain. Raw
@@ -40,8 +43,13 @@ std::string TimeOf(const GroupValue& v) {
 // and ignore the reserved bits; two-digit years 90-99 are 19xx, the others 20xx.
 TEST(GroupValue, EncodingsGiveTheirBusBytesAndDefinedSizeAndReadBack) {
   const Bytes abc14 = {'A', 'B', 'C', 'D', 'E', 'F', 'G', 'H', 'I', 'J', 'K', 'L', 'M', 'N'};
-  const struct { const char* call; void (*set)(GroupValue&); Bytes bytes; unsigned int definedSize;
-                 bool (*readsBack)(const GroupValue&); } encodings[] = {
+  const struct {
+    const char* call;
+    void (*set)(GroupValue&);
+    Bytes bytes;
+    unsigned int definedSize;
+    bool (*readsBack)(const GroupValue&);
+  } encodings[] = {
       {CALL(SetAsBoolean(true)), {0x01}, 1, IS(v.GetAsBoolean())},
       {CALL(SetAsUnsigned2(7)), {0x03}, 2, IS(v.GetAsUnsigned2() == 3)},
       {CALL(SetAsUnsigned4(0xFB)), {0x0B}, 4, IS(v.GetAsUnsigned4() == 0x0B)},
@@ -51,21 +59,49 @@ TEST(GroupValue, EncodingsGiveTheirBusBytesAndDefinedSizeAndReadBack) {
       {CALL(SetAsUnsigned16(0x1234)), {0x12, 0x34}, 16, IS(v.GetAsUnsigned16() == 0x1234)},
       {CALL(SetAsSigned16(-32768)), {0x80, 0x00}, 16, IS(v.GetAsSigned16() == -32768)},
       {CALL(SetAsFloat16(21.5)), {0x0C, 0x33}, 16, IS(v.GetAsFloat16() == 21.5)},
-      {CALL(SetAsUnsigned32(0x12345678)), {0x12, 0x34, 0x56, 0x78}, 32, IS(v.GetAsUnsigned32() == 0x12345678u)},
+      {CALL(SetAsUnsigned32(0x12345678)),
+       {0x12, 0x34, 0x56, 0x78},
+       32,
+       IS(v.GetAsUnsigned32() == 0x12345678u)},
       {CALL(SetAsSigned32(-2)), {0xFF, 0xFF, 0xFF, 0xFE}, 32, IS(v.GetAsSigned32() == -2)},
       {CALL(SetAsFloat32(-2.5F)), {0xC0, 0x20, 0x00, 0x00}, 32, IS(v.GetAsFloat32() == -2.5F)},
       {CALL(SetAsDate(1, 1, 1990)), {0x01, 0x01, 0x5A}, 24, IS(DateOf(v) == "1.1.1990")},
       {CALL(SetAsDate(31, 12, 2089)), {0x1F, 0x0C, 0x59}, 24, IS(DateOf(v) == "31.12.2089")},
-      {CALL(SetAsTimeOfDay(23, 59, 58, GroupValue::Sunday)), {0xF7, 0x3B, 0x3A}, 24, IS(TimeOf(v) == "23:59:58 day 7")},
-      {CALL(SetAsString14("KNX")), {'K', 'N', 'X', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 112, IS(v.GetAsString14() == "KNX")},
-      {CALL(SetAsString14("ABCDEFGHIJKLMNOPQ")), abc14, 112, IS(v.GetAsString14() == "ABCDEFGHIJKLMN")},
-      {CALL(SetRawData(BinaryData(Bytes{0xFE}))), {0xFE}, 8, IS(!v.GetAsBoolean() && v.GetAsUnsigned3() == 6)},
+      {CALL(SetAsTimeOfDay(23, 59, 58, GroupValue::Sunday)),
+       {0xF7, 0x3B, 0x3A},
+       24,
+       IS(TimeOf(v) == "23:59:58 day 7")},
+      {CALL(SetAsString14("KNX")),
+       {'K', 'N', 'X', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+       112,
+       IS(v.GetAsString14() == "KNX")},
+      {CALL(SetAsString14("ABCDEFGHIJKLMNOPQ")), abc14, 112,
+       IS(v.GetAsString14() == "ABCDEFGHIJKLMN")},
+      {CALL(SetRawData(BinaryData(Bytes{0xFE}))),
+       {0xFE},
+       8,
+       IS(!v.GetAsBoolean() && v.GetAsUnsigned3() == 6)},
       {CALL(SetRawData(BinaryData(Bytes{0xF5}))), {0xF5}, 8, IS(v.GetAsUnsigned4() == 5)},
-      {CALL(SetRawData(BinaryData(Bytes{0x12, 0x34, 0x56}))), {0x12, 0x34, 0x56}, 24, IS(v.GetAsUnsigned16() == 0x1234)},
-      {CALL(SetRawData(BinaryData(Bytes{1, 1, 0x63}))), {1, 1, 0x63}, 24, IS(DateOf(v) == "1.1.1999")},
-      {CALL(SetRawData(BinaryData(Bytes{0xE1, 0xF2, 0xD9}))), {0xE1, 0xF2, 0xD9}, 24, IS(DateOf(v) == "1.2.2089")},
-      {CALL(SetRawData(BinaryData(Bytes{1, 1, 0x64}))), {1, 1, 0x64}, 24, IS(DateOf(v) == "1.1.2100")}, // unused years
-      {CALL(SetRawData(BinaryData(Bytes{0xFF, 0xFF, 0xFF}))), {0xFF, 0xFF, 0xFF}, 24, IS(TimeOf(v) == "31:63:63 day 7")},
+      {CALL(SetRawData(BinaryData(Bytes{0x12, 0x34, 0x56}))),
+       {0x12, 0x34, 0x56},
+       24,
+       IS(v.GetAsUnsigned16() == 0x1234)},
+      {CALL(SetRawData(BinaryData(Bytes{1, 1, 0x63}))),
+       {1, 1, 0x63},
+       24,
+       IS(DateOf(v) == "1.1.1999")},
+      {CALL(SetRawData(BinaryData(Bytes{0xE1, 0xF2, 0xD9}))),
+       {0xE1, 0xF2, 0xD9},
+       24,
+       IS(DateOf(v) == "1.2.2089")},
+      {CALL(SetRawData(BinaryData(Bytes{1, 1, 0x64}))),
+       {1, 1, 0x64},
+       24,
+       IS(DateOf(v) == "1.1.2100")}, // unused years
+      {CALL(SetRawData(BinaryData(Bytes{0xFF, 0xFF, 0xFF}))),
+       {0xFF, 0xFF, 0xFF},
+       24,
+       IS(TimeOf(v) == "31:63:63 day 7")},
   };
   for (const auto& e : encodings) {
     SCOPED_TRACE(e.call);
@@ -83,19 +119,33 @@ TEST(GroupValue, EncodingsGiveTheirBusBytesAndDefinedSizeAndReadBack) {
 
 TEST(GroupValue, GettersRaiseWhenTheValueHoldsTooFewBytes) {
 #define READ(getter, args) #getter, [](const GroupValue& v) { static_cast<void>(v.getter args); }
-  const struct { const char* getter; void (*read)(const GroupValue&); unsigned int needed; } getters[] = {
-      {READ(GetAsBoolean, ()), 1},    {READ(GetAsUnsigned2, ()), 1},  {READ(GetAsUnsigned3, ()), 1},
-      {READ(GetAsUnsigned4, ()), 1},  {READ(GetAsUnsigned8, ()), 1},  {READ(GetAsSigned8, ()), 1},
-      {READ(GetAsUnsigned16, ()), 2}, {READ(GetAsSigned16, ()), 2},   {READ(GetAsFloat16, ()), 2},
-      {READ(GetAsUnsigned32, ()), 4}, {READ(GetAsSigned32, ()), 4},   {READ(GetAsFloat32, ()), 4},
-      {READ(GetAsDate, (nullptr, nullptr, nullptr)), 3}, {READ(GetAsTimeOfDay, (nullptr, nullptr, nullptr, nullptr)), 3},
+  const struct {
+    const char* getter;
+    void (*read)(const GroupValue&);
+    unsigned int needed;
+  } getters[] = {
+      {READ(GetAsBoolean, ()), 1},
+      {READ(GetAsUnsigned2, ()), 1},
+      {READ(GetAsUnsigned3, ()), 1},
+      {READ(GetAsUnsigned4, ()), 1},
+      {READ(GetAsUnsigned8, ()), 1},
+      {READ(GetAsSigned8, ()), 1},
+      {READ(GetAsUnsigned16, ()), 2},
+      {READ(GetAsSigned16, ()), 2},
+      {READ(GetAsFloat16, ()), 2},
+      {READ(GetAsUnsigned32, ()), 4},
+      {READ(GetAsSigned32, ()), 4},
+      {READ(GetAsFloat32, ()), 4},
+      {READ(GetAsDate, (nullptr, nullptr, nullptr)), 3},
+      {READ(GetAsTimeOfDay, (nullptr, nullptr, nullptr, nullptr)), 3},
       {READ(GetAsString14, ()), 14},
   };
 #undef READ
   for (const auto& g : getters) {
     for (unsigned int size = 0; size < g.needed; ++size) {
-      const std::string message = std::string(g.getter) + ": the encoding needs " + std::to_string(g.needed) +
-                                  " byte(s), but the value holds " + std::to_string(size);
+      const std::string message = std::string(g.getter) + ": the encoding needs " +
+                                  std::to_string(g.needed) + " byte(s), but the value holds " +
+                                  std::to_string(size);
       EXPECT_THAT([&] { g.read(FromBytes(Bytes(size, 0xFF))); },
                   ::testing::ThrowsMessage<GroupValueException>(::testing::StrEq(message)));
     }
@@ -105,18 +155,24 @@ TEST(GroupValue, GettersRaiseWhenTheValueHoldsTooFewBytes) {
 // The value is left as it was.
 TEST(GroupValue, DateAndTimeSettersRefuseFieldsOutsideTheEncoding) {
   const auto noDay = GroupValue::NoDay;
-  const struct { const char* call; void (*set)(GroupValue&); const char* message; } cases[] = {
+  const struct {
+    const char* call;
+    void (*set)(GroupValue&);
+    const char* message;
+  } cases[] = {
       {CALL(SetAsDate(1, 1, 1989)), "SetAsDate: year 1989 is outside 1990..2089"},
       {CALL(SetAsDate(1, 1, 2090)), "SetAsDate: year 2090 is outside 1990..2089"},
       {CALL(SetAsDate(1, 13, 2000)), "SetAsDate: month 13 is outside 1..12"},
       {CALL(SetAsDate(32, 1, 2000)), "SetAsDate: day 32 is outside 1..31"},
       {CALL(SetAsTimeOfDay(24, 0, 0, noDay)), "SetAsTimeOfDay: hour 24 is outside 0..23"},
       {CALL(SetAsTimeOfDay(0, 60, 0, noDay)), "SetAsTimeOfDay: minute 60 is outside 0..59"},
-      {CALL(SetAsTimeOfDay(0, 0, 0, GroupValue::DayOfWeek(8))), "SetAsTimeOfDay: day of week 8 is outside 0..7"},
+      {CALL(SetAsTimeOfDay(0, 0, 0, GroupValue::DayOfWeek(8))),
+       "SetAsTimeOfDay: day of week 8 is outside 0..7"},
   };
   for (const auto& c : cases) {
     GroupValue value = FromBytes({0x12, 0x34});
-    EXPECT_THAT([&] { c.set(value); }, ::testing::ThrowsMessage<GroupValueException>(::testing::StrEq(c.message)));
+    EXPECT_THAT([&] { c.set(value); },
+                ::testing::ThrowsMessage<GroupValueException>(::testing::StrEq(c.message)));
     EXPECT_EQ(value, FromBytes({0x12, 0x34})) << c.call;
   }
 }
@@ -151,7 +207,9 @@ TEST(BinaryData, KeepsItsBytesInsideTheObjectAndOnTheHeap) {
     data.Assign(bytes.data(), size);
     BinaryData assigned(Bytes{0x55});
     assigned = data;
-    EXPECT_TRUE(data.GetBytes() == bytes && BinaryData(data).GetBytes() == bytes && assigned.GetBytes() == bytes) << size;
+    EXPECT_TRUE(data.GetBytes() == bytes && BinaryData(data).GetBytes() == bytes &&
+                assigned.GetBytes() == bytes)
+        << size;
   }
   data.Assign(data.GetData() + 1, 13); // its own bytes, shifted by one
   EXPECT_TRUE(data.GetSize() == 13U && data.GetBytes().front() == 14 * 7 + 1);
@@ -159,7 +217,8 @@ TEST(BinaryData, KeepsItsBytesInsideTheObjectAndOnTheHeap) {
 
 TEST(BinaryData, PointerConstructorRefusesMissingData) {
   const unsigned char raw[] = {0x01, 0x02};
-  EXPECT_TRUE(BinaryData(raw, 2).GetBytes() == Bytes({0x01, 0x02}) && BinaryData(nullptr, 0).IsEmpty());
+  EXPECT_TRUE(BinaryData(raw, 2).GetBytes() == Bytes({0x01, 0x02}) &&
+              BinaryData(nullptr, 0).IsEmpty());
   EXPECT_THROW(BinaryData(nullptr, 2), GroupValueException);
 }
 
@@ -168,22 +227,31 @@ std::uint16_t Encode(double value) {
   groupValue.SetAsFloat16(value);
   return groupValue.GetAsUnsigned16();
 }
-double Decode(unsigned int c) { return FromBytes({Bytes::value_type(c >> 8), Bytes::value_type(c)}).GetAsFloat16(); }
+double Decode(unsigned int c) {
+  return FromBytes({Bytes::value_type(c >> 8), Bytes::value_type(c)}).GetAsFloat16();
+}
 
 // The smallest exponent whose mantissa, rounded to nearest with ties to even,
 // fits; 0x7FFF is the invalid-data code, finite values beyond the range
 // saturate.
 TEST(KnxFloat16, EncodesAtTheSmallestExponentRoundingTiesToEvenAndSaturates) {
-  const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
-  const struct { double value; std::uint16_t code; } cases[] = {
-      {42.5, 0x1426},     {500.0, 0x2E1A},     {-1000.0, 0xB1E6},  {0.375, 0x0026},   {-20.485, 0x8000}, // ties
-      {20.48, 0x0C00},    {21.5, 0x0C33},      {-0.001, 0x0000},   {-0.01, 0x87FF},   {20.477, 0x0C00},  // rounds out
-      {32767.0, 0x7FFF},  {nan, 0x7FFF},       {32766.99, 0x5E40}, {670433.28, 0x7FFE}, {1e300, 0x7FFE},
-      {inf, 0x7FFE},      {-671088.64, 0xF800}, {-1e300, 0xF800},  {-inf, 0xF800}};
+  const double inf = std::numeric_limits<double>::infinity(),
+               nan = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    double value;
+    std::uint16_t code;
+  } cases[] = {{42.5, 0x1426},       {500.0, 0x2E1A},   {-1000.0, 0xB1E6},
+               {0.375, 0x0026},      {-20.485, 0x8000}, // ties
+               {20.48, 0x0C00},      {21.5, 0x0C33},    {-0.001, 0x0000},
+               {-0.01, 0x87FF},      {20.477, 0x0C00}, // rounds out
+               {32767.0, 0x7FFF},    {nan, 0x7FFF},     {32766.99, 0x5E40},
+               {670433.28, 0x7FFE},  {1e300, 0x7FFE},   {inf, 0x7FFE},
+               {-671088.64, 0xF800}, {-1e300, 0xF800},  {-inf, 0xF800}};
   for (const auto& c : cases) {
     EXPECT_EQ(Encode(c.value), c.code) << std::setprecision(17) << c.value;
   }
-  EXPECT_TRUE(Decode(0x0C00) == 20.48 && Decode(0x7FFE) == 670433.28 && Decode(0xF800) == -671088.64);
+  EXPECT_TRUE(Decode(0x0C00) == 20.48 && Decode(0x7FFE) == 670433.28 &&
+              Decode(0xF800) == -671088.64);
   EXPECT_EQ(Decode(0x7FFF), 32767.0);
 }
 

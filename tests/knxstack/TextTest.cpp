@@ -1,5 +1,5 @@
-#include "AvoApp/TimeOfDay.h"
 #include "Avo/Text.h"
+#include "AvoApp/TimeOfDay.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,10 @@ using Avo::UTF8String;
 
 // Validation itself is the UTF-8 library's; a text it refuses gives no string.
 TEST(Text, Utf8StringsAreValidOnly) {
-  for (const std::string& valid : {std::string(), std::string("a\0b", 3), std::string("\xF4\x8F\xBF\xBF")}) {
-    EXPECT_TRUE(UTF8String::IsValid(valid) && UTF8String::Create(valid) && UTF8String::Create(valid)->Str() == valid);
+  for (const std::string& valid :
+       {std::string(), std::string("a\0b", 3), std::string("\xF4\x8F\xBF\xBF")}) {
+    EXPECT_TRUE(UTF8String::IsValid(valid) && UTF8String::Create(valid) &&
+                UTF8String::Create(valid)->Str() == valid);
   }
   for (const char* invalid : {"ab\xC3", "a\x80z", "\xC0\xAF", "caf\xE9"}) {
     EXPECT_FALSE(UTF8String::IsValid(invalid) || UTF8String::Create(invalid)) << invalid;
@@ -22,9 +24,17 @@ TEST(Text, Utf8StringsAreValidOnly) {
 // Each character beyond Latin-1 becomes one question mark; every Latin-1
 // byte becomes valid UTF-8 and comes back.
 TEST(Text, Latin1AndUtf8) {
-  const struct { std::string utf8, latin1; } cases[] = {
-      {"Gr\xC3\xBC\xC3\x9F" "e", "Gr\xFC\xDF" "e"}, {"\xC3\xBF\xC4\x80", "\xFF?"}, // U+00FF is the last Latin-1 character
-      {"5 \xE2\x82\xAC", "5 ?"}, {"a\xF0\x9F\x98\x80z", "a?z"}, {std::string("x\0y", 3), std::string("x\0y", 3)},
+  const struct {
+    std::string utf8, latin1;
+  } cases[] = {
+      {"Gr\xC3\xBC\xC3\x9F"
+       "e",
+       "Gr\xFC\xDF"
+       "e"},
+      {"\xC3\xBF\xC4\x80", "\xFF?"}, // U+00FF is the last Latin-1 character
+      {"5 \xE2\x82\xAC", "5 ?"},
+      {"a\xF0\x9F\x98\x80z", "a?z"},
+      {std::string("x\0y", 3), std::string("x\0y", 3)},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(Avo::getLatin1FromUTF8Lossy(*UTF8String::Create(c.utf8)).Str(), c.latin1) << c.utf8;
@@ -40,9 +50,12 @@ TEST(Text, Latin1AndUtf8) {
 }
 
 TEST(TimeOfDay, CreateAcceptsOnlyFieldsWithinTheirRanges) {
-  const struct { int hour, minute, second, day; bool valid; } cases[] = {
-      {0, 0, 0, 0, true},   {23, 59, 59, 7, true}, {24, 0, 0, 0, false}, {-1, 0, 0, 0, false},
-      {0, 60, 0, 0, false}, {0, 0, 60, 0, false},  {0, 0, 0, 8, false}};
+  const struct {
+    int hour, minute, second, day;
+    bool valid;
+  } cases[] = {{0, 0, 0, 0, true},   {23, 59, 59, 7, true}, {24, 0, 0, 0, false},
+               {-1, 0, 0, 0, false}, {0, 60, 0, 0, false},  {0, 0, 60, 0, false},
+               {0, 0, 0, 8, false}};
   for (const auto& c : cases) {
     EXPECT_EQ(AvoApp::TimeOfDay::Create(c.hour, c.minute, c.second, c.day).has_value(), c.valid)
         << c.hour << ":" << c.minute << ":" << c.second << " day " << c.day;

@@ -23,12 +23,14 @@ TEST(ObjModelId, EveryCommunicationObjectAndParameterClassifiesBack) {
       const auto value = K::GetCoValueObjModelId(co, ld);
       // CO 0 has a channel that is not recognised as one, hence no value.
       EXPECT_TRUE(K::GetLogicalDeviceIdFromObject(channel) == ld && channel % 2 == 0 &&
-                  K::IsCoChannel(channel) == (co != 0)) << co;
+                  K::IsCoChannel(channel) == (co != 0))
+          << co;
       EXPECT_FALSE(K::GetCoNumberFromObjModelId(channel, ld) || K::IsCoValue(channel)) << co;
       EXPECT_TRUE(value == K::GetCoValueObjModelId(channel)) << co;
-      EXPECT_TRUE(co == 0 || (value == channel + 1 && K::IsCoValue(*value) &&
-                              !K::IsCoChannel(*value) &&
-                              K::GetCoNumberFromObjModelId(*value, ld) == co)) << co;
+      EXPECT_TRUE(co == 0 ||
+                  (value == channel + 1 && K::IsCoValue(*value) && !K::IsCoChannel(*value) &&
+                   K::GetCoNumberFromObjModelId(*value, ld) == co))
+          << co;
     }
     for (const auto type : {ParameterType::Ip, ParameterType::Number, ParameterType::Text}) {
       const std::uint32_t maximum = K::GetMaxParametersOfType(type);
@@ -45,7 +47,8 @@ TEST(ObjModelId, EveryCommunicationObjectAndParameterClassifiesBack) {
           continue;
         }
         EXPECT_TRUE(K::GetLogicalDeviceIdFromObject(*channel) == ld && *channel % 2 == 0 &&
-                    value == *channel + 1) << *channel;
+                    value == *channel + 1)
+            << *channel;
         // Number 0 of the IP and number parameters is handed out but not
         // recognised; values pass the channel test as well as channels.
         const bool recognised = n != 0 || type == ParameterType::Text;
@@ -55,7 +58,8 @@ TEST(ObjModelId, EveryCommunicationObjectAndParameterClassifiesBack) {
           EXPECT_TRUE(K::GetParameterValueObjModelId(id) == ifRecognised(id + 1)) << id;
           EXPECT_TRUE(K::GetParameterTypeFromObjModelId(id, ld) == ifRecognised(type)) << id;
           EXPECT_TRUE(K::GetParameterNumberFromObjModelId(id, ld) ==
-                      ifRecognised(static_cast<std::uint8_t>(n))) << id; // 8 bits: 500 reads 244
+                      ifRecognised(static_cast<std::uint8_t>(n)))
+              << id; // 8 bits: 500 reads 244
         }
       }
     }
@@ -82,7 +86,8 @@ TEST(ObjModelId, KnownIdentifiersAndKeptQuirks) {
     EXPECT_EQ(controls[i].first, 200021u + i);
     for (const auto& [id, isControl] : controls) {
       EXPECT_TRUE(isControl(controls[i].first, 2) == (id == controls[i].first) &&
-                  !isControl(controls[i].first, 1)) << controls[i].first;
+                  !isControl(controls[i].first, 1))
+          << controls[i].first;
     }
   }
   // Modulo ld * 100000: an ID of block 1 read for ld 2 gives a wrong number.
@@ -100,15 +105,15 @@ TEST(ObjModelId, KnownIdentifiersAndKeptQuirks) {
 // The main numbers known to the table with the value type of their values;
 // 4, 29, 219, 222, 229 and 230 are known but carry no value.
 const std::map<std::uint32_t, VelValueType> kMainTypes = {
-    {1, ivtBool},     {2, ivtByte},    {3, ivtByte},      {4, ivtEmpty},   {5, ivtByte},
-    {6, ivtByte},     {7, ivtWord},    {8, ivtInteger},   {9, ivtFloat},   {10, ivtDayTime},
-    {11, ivtDate},    {12, ivtDWord},  {13, ivtInteger},  {14, ivtFloat},  {15, ivtDWord},
-    {16, ivtString},  {17, ivtByte},   {18, ivtByte},     {19, ivtDateTime}, {20, ivtByte},
-    {21, ivtByte},    {22, ivtWord},   {23, ivtByte},     {24, ivtString}, {25, ivtByte},
-    {26, ivtByte},    {27, ivtDWord},  {28, ivtString},   {29, ivtEmpty},  {30, ivtDWord},
-    {31, ivtByte},    {200, ivtWord},  {201, ivtWord},    {202, ivtWord},  {217, ivtWord},
-    {219, ivtEmpty},  {222, ivtEmpty}, {229, ivtEmpty},   {230, ivtEmpty}, {232, ivtDWord},
-    {234, ivtWord},   {237, ivtWord},  {238, ivtByte}};
+    {1, ivtBool},    {2, ivtByte},    {3, ivtByte},     {4, ivtEmpty},     {5, ivtByte},
+    {6, ivtByte},    {7, ivtWord},    {8, ivtInteger},  {9, ivtFloat},     {10, ivtDayTime},
+    {11, ivtDate},   {12, ivtDWord},  {13, ivtInteger}, {14, ivtFloat},    {15, ivtDWord},
+    {16, ivtString}, {17, ivtByte},   {18, ivtByte},    {19, ivtDateTime}, {20, ivtByte},
+    {21, ivtByte},   {22, ivtWord},   {23, ivtByte},    {24, ivtString},   {25, ivtByte},
+    {26, ivtByte},   {27, ivtDWord},  {28, ivtString},  {29, ivtEmpty},    {30, ivtDWord},
+    {31, ivtByte},   {200, ivtWord},  {201, ivtWord},   {202, ivtWord},    {217, ivtWord},
+    {219, ivtEmpty}, {222, ivtEmpty}, {229, ivtEmpty},  {230, ivtEmpty},   {232, ivtDWord},
+    {234, ivtWord},  {237, ivtWord},  {238, ivtByte}};
 
 TEST(MainTypeTable, EveryMainNumberHasItsValueTypeAndDefault) {
   ASSERT_EQ(kMainTypes.size(), 43u);
@@ -129,8 +134,10 @@ TEST(MainTypeTable, EveryMainNumberHasItsValueTypeAndDefault) {
   EXPECT_EQ(K::GetDefaultValueFromDpt(0x00090001, true), "3.2:0"); // the format flag is passed on
   // 6.020's low three bits must name exactly one mode: 1 (mode 0), not 0.
   EXPECT_EQ(K::GetDefaultValueFromDpt(0x00060014, false), "6:1");
-  for (const auto& [main, subtype] : {std::pair{1u, VelDP::vstSwitch}, {6u, VelDP::vstSigned8Bit},
-                                      {8u, VelDP::vstSigned16Bit}, {4u, VelDP::vstNone}}) {
+  for (const auto& [main, subtype] : {std::pair{1u, VelDP::vstSwitch},
+                                      {6u, VelDP::vstSigned8Bit},
+                                      {8u, VelDP::vstSigned16Bit},
+                                      {4u, VelDP::vstNone}}) {
     EXPECT_EQ(K::GetIstFromMainType(main), VelDP::GetNameFromValueSubType(subtype)) << main;
   }
   // The maker of the empty type (behind the empty rows above) makes empty

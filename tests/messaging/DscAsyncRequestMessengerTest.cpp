@@ -71,7 +71,7 @@ TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
       {2, Ms(1), Ms(0), 3, false, "00:00:00.001000", "00:00:00"},
       {0, Ms(1), Ms(3), 1, false, "00:00:00.003000", "00:00:00.003000"},
       {0, Ms(1), time_duration(boost::posix_time::neg_infin), 1, false, "-infinity", "-infinity"},
-      {2, Infinite, Infinite, 3, true, "", ""}, // without a request ID, a wait would hang
+      {2, Infinite, Infinite, 3, true, "", ""},    // without a request ID, a wait would hang
       {UINT_MAX, Ms(1), Ms(0), 0, false, "", ""}}; // the attempt count wraps to none
   for (const auto& c : cases) {
     Avo::DscAsyncRequestMessenger retrying(adapter, c.defaultTimeout, c.maxRetries);
@@ -87,8 +87,10 @@ TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
       }
       expected.push_back(
           Line(WARN, "Timeout (" + c.waited + ") occured for request ID '" + id + "'", kWait));
-      expected.push_back(Line(ERROR, "No response received for ID '" + id + "' with timeout " +
-                                         c.printed + ", retrying", kSync));
+      expected.push_back(
+          Line(ERROR,
+               "No response received for ID '" + id + "' with timeout " + c.printed + ", retrying",
+               kSync));
     }
     const std::string retries = std::to_string(c.maxRetries);
     expected.push_back(Line(ERROR, "Maximum number of retries (" + retries + ") reached.", kSync));
@@ -123,8 +125,9 @@ TEST_F(Messenger, BlockingRequestsPassTheirArgumentsOnAndGetTheirOwnAnswer) {
   EXPECT_TRUE(refused.IsAnswered() && !refused.IsReplyValid() && refused.ReadReply() == fiveText);
   EXPECT_EQ(refused.ReadDeliveryError(), "busy");
   const std::string failure = "KEL error for request 6: 9; Simulated failure; GetValue(42); ";
-  EXPECT_THAT(capture.Lines(), ElementsAre(Line(ERROR, failure + "id: 42; urn: urn:lamp; value: " +
-                                                           fiveText, "OnGetValue")));
+  EXPECT_THAT(capture.Lines(),
+              ElementsAre(Line(ERROR, failure + "id: 42; urn: urn:lamp; value: " + fiveText,
+                               "OnGetValue")));
   // Properties go to the device stack directly: answered even when refused.
   const Avo::DscAsyncRequestMessenger::Properties name{{Polt::IDeviceStackClient::ptName, {"L"}}};
   const Docket refusedProperties = messenger.SetConfiguration(7, name, false); // no such object
@@ -138,11 +141,13 @@ TEST_F(Messenger, AnIrrelevantRequestIsAbortedWithoutRetryAndAnEmptyPredicateIsA
   Avo::DscAsyncRequestMessenger retrying(adapter, Ms(1), 2);
   AvoTest::ScopedLogCapture capture;
   EXPECT_TRUE(IsDefault(retrying.SetConfiguration("cfg", Infinite, [] { return false; })));
-  EXPECT_THAT(capture.Lines(), ElementsAre(
-      Line(DEBUG, "Request ID is '1'", kSync),
-      Line(INFO, "Aborted a KEL request because its result is no longer relevant", kWait),
-      Line(WARN, "Timeout (+infinity) occured for request ID '1'", kWait),
-      Line(DEBUG, "returned from waiting for response with ID '1': !isStillRelevant", kSync)));
+  EXPECT_THAT(
+      capture.Lines(),
+      ElementsAre(
+          Line(DEBUG, "Request ID is '1'", kSync),
+          Line(INFO, "Aborted a KEL request because its result is no longer relevant", kWait),
+          Line(WARN, "Timeout (+infinity) occured for request ID '1'", kWait),
+          Line(DEBUG, "returned from waiting for response with ID '1': !isStillRelevant", kSync)));
   capture.Clear();
   EXPECT_THROW(retrying.SetConfiguration("cfg", Ms(1), Avo::BoolReader()), Avo::AssertionFailed);
   EXPECT_THAT(capture.Texts(log4cplus::FATAL_LOG_LEVEL),
@@ -182,7 +187,8 @@ TEST_F(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
               ElementsAre(Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList")));
   const Polt::DeviceStackError error(3, "Bad", "Detail", "boom");
   const std::string value = "; id: 42; urn: u; value: v";
-  const std::pair<std::function<void()>, std::string> handlers[] = { // and the tails of their lines
+  const std::pair<std::function<void()>, std::string> handlers[] = {
+      // and the tails of their lines
       {[&] { messenger.OnResponse(nullptr, "x", "r", error); }, "; response: r"},
       {[&] { messenger.OnRegisterApplication(nullptr, "x", error); }, ""},
       {[&] { messenger.OnGetConfiguration(nullptr, "x", "c", error); }, "; config: c"},

@@ -101,11 +101,11 @@ TEST(MessengerStress, EveryRequestGetsItsOwnReplyOrADefaultDocket) {
   EXPECT_TRUE(counters.droppedAnswers > 0 && counters.duplicatedAnswers > 0);
   EXPECT_EQ(counters.handlerExceptions, 0u);
   std::cout << "[ figures  ] " << CallerThreads * RequestsPerThread << " requests, "
-            << counters.requests << " sent (retries included); faults injected: "
-            << counters.droppedAnswers << " answers dropped, " << counters.duplicatedAnswers
-            << " duplicated, " << counters.errorAnswers << " error answers; " << errors
-            << " error dockets, " << unanswered << " unanswered after the last retry, " << lost
-            << " lost\n";
+            << counters.requests
+            << " sent (retries included); faults injected: " << counters.droppedAnswers
+            << " answers dropped, " << counters.duplicatedAnswers << " duplicated, "
+            << counters.errorAnswers << " error answers; " << errors << " error dockets, "
+            << unanswered << " unanswered after the last retry, " << lost << " lost\n";
 }
 
 } // namespace

@@ -99,15 +99,20 @@ TEST(VelValue, EqualityLooksAtTheTypeTheMemberItUsesAndTheStatus) {
 
 TEST(VelValueBytes, EachTypeHasItsBigEndianLayoutAndNeedsItsSize) {
   const std::pair<VELVALUE, Bytes> cases[] = {
-      {U8(ivtBool, 1), {0x01}},               {U8(ivtEnumByte, 0xA5), {0xA5}},
-      {U16(ivtWord, 0x1234), {0x12, 0x34}},   {U32(ivtDWord, 0x89ABCDEF), {0x89, 0xAB, 0xCD, 0xEF}},
-      {Lng(ivtShort, -32768), {0x80, 0x00}},  {Lng(ivtInteger, -2), {0xFF, 0xFF, 0xFF, 0xFE}},
-      {U32(ivtQWord, 1), {0, 0, 0, 1}},       {Lng(ivtTimeLag, 0x01020304), {1, 2, 3, 4}},
+      {U8(ivtBool, 1), {0x01}},
+      {U8(ivtEnumByte, 0xA5), {0xA5}},
+      {U16(ivtWord, 0x1234), {0x12, 0x34}},
+      {U32(ivtDWord, 0x89ABCDEF), {0x89, 0xAB, 0xCD, 0xEF}},
+      {Lng(ivtShort, -32768), {0x80, 0x00}},
+      {Lng(ivtInteger, -2), {0xFF, 0xFF, 0xFF, 0xFE}},
+      {U32(ivtQWord, 1), {0, 0, 0, 1}},
+      {Lng(ivtTimeLag, 0x01020304), {1, 2, 3, 4}},
       {Dbl(ivtFloat, 21.5), {0x40, 0x35, 0x80, 0, 0, 0, 0, 0}},
       {Dbl(ivtPercent, -0.0), {0x80, 0, 0, 0, 0, 0, 0, 0}},
       {Str(ivtData40, "\0\x01\x02\x03\xFF"s), {0x00, 0x01, 0x02, 0x03, 0xFF}},
       {Str(ivtString, "K\xC3\xBC"), {'K', 0xC3, 0xBC}},
-      {Str(ivtByteArray, "\0\x80"s), {0x00, 0x80}}, {Str(ivtStepBytes, "\x0B"), {0x0B}}};
+      {Str(ivtByteArray, "\0\x80"s), {0x00, 0x80}},
+      {Str(ivtStepBytes, "\x0B"), {0x0B}}};
   const Bytes filler(10, 0x11);
   for (const auto& [value, bytes] : cases) {
     SCOPED_TRACE(value.ToString());
@@ -134,9 +139,9 @@ TEST(VelValueBytes, EachTypeHasItsBigEndianLayoutAndNeedsItsSize) {
 
 TEST(VelValueBytes, ValuesWithoutByteFormAndNullBuffersFail) {
   std::vector<VELVALUE> values(std::begin(kTimeTypes), std::end(kTimeTypes));
-  values.insert(values.end(), {VELVALUE(), VELVALUE(ivtNone), Lng(ivtShort, 32768),
-                               Lng(ivtShort, -32769), Str(ivtData40, "1234"),
-                               VELVALUE(static_cast<VelValueType>(999))});
+  values.insert(values.end(),
+                {VELVALUE(), VELVALUE(ivtNone), Lng(ivtShort, 32768), Lng(ivtShort, -32769),
+                 Str(ivtData40, "1234"), VELVALUE(static_cast<VelValueType>(999))});
   unsigned char buffer[24] = {};
   for (VELVALUE& value : values) {
     unsigned int size = sizeof buffer;
@@ -154,10 +159,11 @@ TEST(VelValueBytes, ValuesWithoutByteFormAndNullBuffersFail) {
 
 // The short form puts the low bit of its byte into one-byte records only.
 TEST(VelValueBytes, ShortFormTakesTheLowBitIntoOneByteTypesOnly) {
-  const std::tuple<VelValueType, unsigned char, unsigned int, bool, int> cases[] = { // -1: refused
-      {ivtBool, 0xFE, 1, true, 0},   {ivtBool, 0x81, 1, true, 1},   {ivtByte, 0x03, 1, true, 1},
-      {ivtEnumByte, 2, 1, true, 0},  {ivtBool, 0x01, 2, true, -1},  {ivtWord, 0x01, 1, true, -1},
-      {ivtString, 1, 1, true, -1},   {ivtFloat, 0x01, 1, true, -1}, {ivtBool, 0x02, 1, false, 1}};
+  const std::tuple<VelValueType, unsigned char, unsigned int, bool, int> cases[] = {
+      // -1: refused
+      {ivtBool, 0xFE, 1, true, 0},  {ivtBool, 0x81, 1, true, 1},   {ivtByte, 0x03, 1, true, 1},
+      {ivtEnumByte, 2, 1, true, 0}, {ivtBool, 0x01, 2, true, -1},  {ivtWord, 0x01, 1, true, -1},
+      {ivtString, 1, 1, true, -1},  {ivtFloat, 0x01, 1, true, -1}, {ivtBool, 0x02, 1, false, 1}};
   for (const auto& [type, byte, size, shortForm, result] : cases) {
     const unsigned char data[2] = {byte, 0};
     VELVALUE value = U8(type, 0x55);
@@ -241,15 +247,54 @@ TEST(VelValueTextForm, EveryTypeReadsBackEqualInBothForms) {
 TEST(VelValueTextForm, ReadsTheBareNaNAndRefusesMalformedTexts) {
   ExpectReadsAs("nan", Dbl(ivtFloat, kNaN)); // the device stack's NaN in the default format
   const std::string time = "2024-05-06T10:20:30.00;weekday=1;timeOfDayOnly=0;local;valid";
-  const std::string malformed[] = {
-      "", "nan ", "NaN", "3", "3:", "3:abc", "3:1.5x", " 3:1", "3 :1", "3: 1", "+3:1", "x:1",
-      "3.:1", "3.256:1", "3.-1:1", "3.2.2:1", "99:1", "-1:", "2147483648:", "3:1e400", "3:0x10",
-      "6:256", "6:-1", "7:65536", "8:4294967296", "4:2147483648", "4:-2147483649", "2:", "1:x",
-      "0:1", "10:abc", "10:\"abc", "10:\"abc\"x", "10:\"\\q\"", "10:\"\\x4\"", "10:\"\\xZZ\"",
-      "10:\"a\nb\"", "10:\"\\", "1005:ABC", "1005:GG", "1005:\"AB\"", "13:" + time + ";",
-      "13:" + time.substr(0, time.size() - 6), "13:" + time.substr(0, 19) + time.substr(22),
-      "13:2024-256-06" + time.substr(10), "13:2024-05-06 " + time.substr(11),
-      "13:" + time.substr(0, 49) + "LOCAL;valid", "3:1\0"s};
+  const std::string malformed[] = {"",
+                                   "nan ",
+                                   "NaN",
+                                   "3",
+                                   "3:",
+                                   "3:abc",
+                                   "3:1.5x",
+                                   " 3:1",
+                                   "3 :1",
+                                   "3: 1",
+                                   "+3:1",
+                                   "x:1",
+                                   "3.:1",
+                                   "3.256:1",
+                                   "3.-1:1",
+                                   "3.2.2:1",
+                                   "99:1",
+                                   "-1:",
+                                   "2147483648:",
+                                   "3:1e400",
+                                   "3:0x10",
+                                   "6:256",
+                                   "6:-1",
+                                   "7:65536",
+                                   "8:4294967296",
+                                   "4:2147483648",
+                                   "4:-2147483649",
+                                   "2:",
+                                   "1:x",
+                                   "0:1",
+                                   "10:abc",
+                                   "10:\"abc",
+                                   "10:\"abc\"x",
+                                   "10:\"\\q\"",
+                                   "10:\"\\x4\"",
+                                   "10:\"\\xZZ\"",
+                                   "10:\"a\nb\"",
+                                   "10:\"\\",
+                                   "1005:ABC",
+                                   "1005:GG",
+                                   "1005:\"AB\"",
+                                   "13:" + time + ";",
+                                   "13:" + time.substr(0, time.size() - 6),
+                                   "13:" + time.substr(0, 19) + time.substr(22),
+                                   "13:2024-256-06" + time.substr(10),
+                                   "13:2024-05-06 " + time.substr(11),
+                                   "13:" + time.substr(0, 49) + "LOCAL;valid",
+                                   "3:1\0"s};
   for (const std::string& text : malformed) {
     VELVALUE value = U16(ivtWord, 9);
     EXPECT_FALSE(value.Deserialize(text)) << text;

@@ -17,7 +17,8 @@ using namespace Avo;
 /// or the CalculateScaleFactor ERROR line that goes on after "...because of
 /// invalid " with `error`.
 template <class Range, class Bound>
-void Check(const std::vector<Bound>& bounds, double scaleFactor, const std::string& text, const std::string& error) {
+void Check(const std::vector<Bound>& bounds, double scaleFactor, const std::string& text,
+           const std::string& error) {
   SCOPED_TRACE(text);
   AvoTest::ScopedLogCapture capture;
   const Range range(bounds[0], bounds[1], bounds[2], bounds[3]);

@@ -15,8 +15,8 @@ bool operator==(const LogLine& left, const LogLine& right) {
 }
 
 void PrintTo(const LogLine& line, std::ostream* os) {
-  *os << "{level " << line.level << ", function \"" << line.function << "\", text \""
-      << line.text << "\"}";
+  *os << "{level " << line.level << ", function \"" << line.function << "\", text \"" << line.text
+      << "\"}";
 }
 
 LogLine Line(log4cplus::LogLevel level, std::string text, std::string function) {
@@ -58,8 +58,7 @@ private:
   std::vector<LogLine> m_lines;
 };
 
-ScopedLogCapture::ScopedLogCapture(log4cplus::LogLevel threshold)
-    : m_capture(new Appender()) {
+ScopedLogCapture::ScopedLogCapture(log4cplus::LogLevel threshold) : m_capture(new Appender()) {
   m_appender = log4cplus::SharedAppenderPtr(m_capture);
   log4cplus::Logger& logger = Avo::GetGlobalDefaultLogger();
   m_previousLevel = logger.getLogLevel();

@@ -74,18 +74,25 @@ std::string Syntax(const VELVALUE& value) {
   const VELTIME& time = value.tmVal;
   switch (value.ivt) {
   case ivtNone:
-  case ivtEmpty: return "null";
+  case ivtEmpty:
+    return "null";
   case ivtBool:
-  case ivtByte: return std::to_string(value.byVal);
-  case ivtWord: return std::to_string(value.wVal);
-  case ivtDWord: return std::to_string(value.dwVal);
-  case ivtInteger: return std::to_string(value.lVal);
+  case ivtByte:
+    return std::to_string(value.byVal);
+  case ivtWord:
+    return std::to_string(value.wVal);
+  case ivtDWord:
+    return std::to_string(value.dwVal);
+  case ivtInteger:
+    return std::to_string(value.lVal);
   case ivtFloat: {
     char text[64];
     return std::string(text, std::to_chars(text, text + sizeof text, value.dblVal).ptr);
   }
-  case ivtString: return Quoted(value.strVal);
-  case ivtDate: return DateText(time);
+  case ivtString:
+    return Quoted(value.strVal);
+  case ivtDate:
+    return DateText(time);
   case ivtTime:
   case ivtDayTime: {
     static const char* const kDays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
@@ -97,7 +104,8 @@ std::string Syntax(const VELVALUE& value) {
   }
   case ivtDateTime:
     return DateText(time) + "T" + ClockText(time);
-  default: throw std::runtime_error("the checker draws no value of type " + std::to_string(value.ivt));
+  default:
+    throw std::runtime_error("the checker draws no value of type " + std::to_string(value.ivt));
   }
 }
 
@@ -121,9 +129,9 @@ struct Case {
 
 // The DPTs drawn from: every catalogue family, bridge-only and unknown numbers.
 const std::vector<std::pair<std::uint16_t, std::uint16_t>> kDpts = {
-    {1, 1}, {2, 1}, {3, 7}, {4, 1}, {5, 1}, {5, 6}, {6, 1}, {6, 20}, {7, 1}, {8, 1}, {9, 1}, {9, 4},
-    {9, 0}, {10, 1}, {11, 1}, {12, 1}, {13, 1}, {14, 0}, {16, 1}, {17, 1}, {18, 1}, {19, 1}, {20, 102},
-    {26, 1}, {232, 600}, {99, 1}};
+    {1, 1},  {2, 1},  {3, 7},  {4, 1},  {5, 1},    {5, 6},  {6, 1},     {6, 20}, {7, 1},
+    {8, 1},  {9, 1},  {9, 4},  {9, 0},  {10, 1},   {11, 1}, {12, 1},    {13, 1}, {14, 0},
+    {16, 1}, {17, 1}, {18, 1}, {19, 1}, {20, 102}, {26, 1}, {232, 600}, {99, 1}};
 
 class Drawer {
 public:
@@ -132,8 +140,13 @@ public:
   Case Draw(Avo::KnxValueConverter& catalogue) {
     Case drawn;
     if (Below(50) == 0) {
-      static const char* const kMalformed[] = {"", "frobnicate 9.001 1", "encode 9.001", "decode 9.001 0G",
-                                               "encode 0.1 1", "encode 5.001 256", "decode --bits x 1 01",
+      static const char* const kMalformed[] = {"",
+                                               "frobnicate 9.001 1",
+                                               "encode 9.001",
+                                               "decode 9.001 0G",
+                                               "encode 0.1 1",
+                                               "encode 5.001 256",
+                                               "decode --bits x 1 01",
                                                "encode 16.001 \"open"};
       drawn.line = kMalformed[Below(8)];
       return drawn;
@@ -146,8 +159,9 @@ public:
     const std::string dptText = DptSpelling(drawn.main, drawn.sub);
     const std::string path = drawn.kind == Kind::Check || !drawn.bridge ? "" : " --path bridge";
     if (drawn.kind == Kind::Encode) {
-      const VelValueType type = drawn.bridge ? Avo::KnxKelMapping::GetIvtFromDpt(Packed(drawn))
-                                             : catalogue.GetEntry(KNXDPT(0, drawn.main, drawn.sub)).GetValueType();
+      const VelValueType type =
+          drawn.bridge ? Avo::KnxKelMapping::GetIvtFromDpt(Packed(drawn))
+                       : catalogue.GetEntry(KNXDPT(0, drawn.main, drawn.sub)).GetValueType();
       drawn.value = Value(type);
       drawn.line = "encode" + (Below(2) ? path + " " + dptText + " " + Syntax(drawn.value)
                                         : " " + dptText + " " + Syntax(drawn.value) + path);
@@ -157,8 +171,8 @@ public:
       for (std::uint8_t& byte : drawn.bytes) {
         byte = static_cast<std::uint8_t>(Below(256));
       }
-      drawn.line = std::string(drawn.kind == Kind::Decode ? "decode" : "check") + path + " " + dptText + " " +
-                   HexSpelling(drawn.bytes);
+      drawn.line = std::string(drawn.kind == Kind::Decode ? "decode" : "check") + path + " " +
+                   dptText + " " + HexSpelling(drawn.bytes);
     }
     return drawn;
   }
@@ -168,11 +182,14 @@ public:
   }
 
 private:
-  unsigned Below(unsigned bound) { return std::uniform_int_distribution<unsigned>(0, bound - 1)(m_random); }
+  unsigned Below(unsigned bound) {
+    return std::uniform_int_distribution<unsigned>(0, bound - 1)(m_random);
+  }
 
   std::string DptSpelling(std::uint16_t main, std::uint16_t sub) {
     const std::string spelling[] = {std::to_string(main) + "." + std::to_string(sub),
-                                    std::to_string(main) + "." + Padded(sub, 3), sub == 0 ? std::to_string(main) : ""};
+                                    std::to_string(main) + "." + Padded(sub, 3),
+                                    sub == 0 ? std::to_string(main) : ""};
     const std::string& chosen = spelling[Below(3)];
     return chosen.empty() ? spelling[0] : chosen;
   }
@@ -184,12 +201,15 @@ private:
       return "0x"; // no bytes
     }
     switch (Below(3)) {
-    case 0: return text;
-    case 1: return "0x" + text;
+    case 0:
+      return text;
+    case 1:
+      return "0x" + text;
     default: {
       std::string spaced;
       for (std::size_t i = 0; i < text.size(); i += 2) {
-        spaced += (i == 0 ? "" : " ") + std::string(1, static_cast<char>(std::tolower(text[i]))) + text[i + 1];
+        spaced += (i == 0 ? "" : " ") + std::string(1, static_cast<char>(std::tolower(text[i]))) +
+                  text[i + 1];
       }
       return spaced;
     }
@@ -208,19 +228,35 @@ private:
   VELVALUE Value(VelValueType type) {
     VELVALUE value(type);
     switch (type) {
-    case ivtBool: value.byVal = static_cast<std::uint8_t>(Below(2)); break;
-    case ivtByte: value.byVal = static_cast<std::uint8_t>(Below(256)); break;
-    case ivtWord: value.wVal = static_cast<std::uint16_t>(Below(65536)); break;
-    case ivtDWord: value.dwVal = static_cast<std::uint32_t>(m_random()); break;
+    case ivtBool:
+      value.byVal = static_cast<std::uint8_t>(Below(2));
+      break;
+    case ivtByte:
+      value.byVal = static_cast<std::uint8_t>(Below(256));
+      break;
+    case ivtWord:
+      value.wVal = static_cast<std::uint16_t>(Below(65536));
+      break;
+    case ivtDWord:
+      value.dwVal = static_cast<std::uint32_t>(m_random());
+      break;
     case ivtInteger:
-      value.lVal = Below(2) ? static_cast<std::int32_t>(Below(70000)) - 35000 : static_cast<std::int32_t>(m_random());
+      value.lVal = Below(2) ? static_cast<std::int32_t>(Below(70000)) - 35000
+                            : static_cast<std::int32_t>(m_random());
       break;
     case ivtFloat:
-      value.dblVal = Below(4) == 0 ? std::ldexp(static_cast<double>(m_random()) - 2147483648.0, static_cast<int>(Below(40)) - 20)
+      value.dblVal = Below(4) == 0 ? std::ldexp(static_cast<double>(m_random()) - 2147483648.0,
+                                                static_cast<int>(Below(40)) - 20)
                                    : (static_cast<int>(Below(200000)) - 60000) / 100.0;
       break;
-    case ivtString: value.strVal = Text(); break;
-    case ivtDate: value.tmVal.SetDate(static_cast<unsigned short>(1985 + Below(110)), static_cast<unsigned char>(1 + Below(12)), static_cast<unsigned char>(1 + Below(31)), true); break;
+    case ivtString:
+      value.strVal = Text();
+      break;
+    case ivtDate:
+      value.tmVal.SetDate(static_cast<unsigned short>(1985 + Below(110)),
+                          static_cast<unsigned char>(1 + Below(12)),
+                          static_cast<unsigned char>(1 + Below(31)), true);
+      break;
     case ivtTime:
     case ivtDayTime:
       value.tmVal.Clear(true);
@@ -232,10 +268,13 @@ private:
       value.tmVal.isValid = true;
       break;
     case ivtDateTime:
-      value.tmVal.SetDateTime(static_cast<unsigned short>(1890 + Below(280)), static_cast<unsigned char>(1 + Below(12)), static_cast<unsigned char>(1 + Below(28)),
-                              static_cast<unsigned char>(Below(24)), static_cast<unsigned char>(Below(60)), static_cast<unsigned char>(Below(60)), true);
+      value.tmVal.SetDateTime(
+          static_cast<unsigned short>(1890 + Below(280)), static_cast<unsigned char>(1 + Below(12)),
+          static_cast<unsigned char>(1 + Below(28)), static_cast<unsigned char>(Below(24)),
+          static_cast<unsigned char>(Below(60)), static_cast<unsigned char>(Below(60)), true);
       break;
-    default: break; // the empty type: null
+    default:
+      break; // the empty type: null
     }
     return value;
   }
@@ -255,7 +294,8 @@ struct Expected {
 KnxStack::GroupValue GroupValueOf(const Case& drawn) {
   const unsigned standard = Avo::KnxValueConverter::GetStandardBitSize(drawn.main);
   const auto size = static_cast<unsigned>(drawn.bytes.size());
-  const bool fits = standard != 0 && standard != Avo::KnxValueConverter::kVariableBitSize && size == (standard + 7) / 8;
+  const bool fits = standard != 0 && standard != Avo::KnxValueConverter::kVariableBitSize &&
+                    size == (standard + 7) / 8;
   return KnxStack::GroupValue(KnxStack::BinaryData(drawn.bytes), fits ? standard : 8 * size);
 }
 
@@ -297,9 +337,10 @@ Expected Expect(const Case& drawn, Avo::KnxValueConverter& catalogue) {
   if (!expected.ok && expected.result.empty()) {
     const bool readOnly = drawn.main == 2 || drawn.main == 3 || drawn.main == 18;
     if (drawn.kind == Kind::Encode && !drawn.bridge && readOnly) {
-      expected.result = "DPT " + std::to_string(drawn.main) +
-                        ".x values cannot be written through the catalogue: the row's value type and the "
-                        "converter's own type test exclude each other; use --path bridge";
+      expected.result =
+          "DPT " + std::to_string(drawn.main) +
+          ".x values cannot be written through the catalogue: the row's value type and the "
+          "converter's own type test exclude each other; use --path bridge";
     } else if (!expected.log.empty()) {
       expected.result = expected.log.front().text;
     } else {
@@ -327,7 +368,8 @@ bool IsDecodedString(const Expected& expected) {
 
 bool SameLine(const Expected& expected, const std::string& line) {
   if (IsDecodedString(expected)) {
-    return line.rfind("OK ", 0) == 0 && ToolTest::JsonReader::Read(line.substr(3)).string == expected.value->strVal;
+    return line.rfind("OK ", 0) == 0 &&
+           ToolTest::JsonReader::Read(line.substr(3)).string == expected.value->strVal;
   }
   return line == ExpectedLine(expected);
 }
@@ -343,7 +385,10 @@ void CheckJson(const Case& drawn, const Expected& expected, const std::string& l
   if (drawn.kind == Kind::Malformed) {
     return;
   }
-  require(object["command"].string == (drawn.kind == Kind::Encode ? "encode" : drawn.kind == Kind::Decode ? "decode" : "check"), "wrong command");
+  require(object["command"].string == (drawn.kind == Kind::Encode   ? "encode"
+                                       : drawn.kind == Kind::Decode ? "decode"
+                                                                    : "check"),
+          "wrong command");
   require(object["path"].string == (drawn.bridge ? "bridge" : "catalogue"), "wrong path");
   require(object["dpt"].string == DptText(drawn.main, drawn.sub), "wrong DPT");
   if (!expected.ok) {
@@ -355,14 +400,16 @@ void CheckJson(const Case& drawn, const Expected& expected, const std::string& l
     if (IsDecodedString(expected)) {
       require(value.string == expected.value->strVal, "wrong string");
     } else {
-      require((IsJsonLiteral(*expected.value) ? value.text : value.string) == expected.result, "wrong value");
+      require((IsJsonLiteral(*expected.value) ? value.text : value.string) == expected.result,
+              "wrong value");
     }
     require(std::stoi(object["valueType"].text) == expected.value->ivt, "wrong value type");
   }
   const ToolTest::JsonValue& log = object["log"];
   require(log.items.size() == expected.log.size(), "wrong number of log lines");
   for (std::size_t i = 0; i < log.items.size(); ++i) {
-    require(log.items[i]["text"].string == expected.log[i].text && log.items[i]["function"].string == expected.log[i].function,
+    require(log.items[i]["text"].string == expected.log[i].text &&
+                log.items[i]["function"].string == expected.log[i].function,
             "wrong log line " + std::to_string(i));
   }
 }
@@ -393,7 +440,8 @@ int Run(const std::vector<std::string>& args) {
   std::string inputLine, outputLine;
   for (std::size_t i = 0; i < cases.size(); ++i) {
     if (!std::getline(input, inputLine) || inputLine != cases[i].line) {
-      throw std::runtime_error("the input file does not hold the drawn line " + std::to_string(i + 1));
+      throw std::runtime_error("the input file does not hold the drawn line " +
+                               std::to_string(i + 1));
     }
     if (!std::getline(output, outputLine)) {
       throw std::runtime_error("the output ends after " + std::to_string(i) + " lines");
@@ -401,8 +449,9 @@ int Run(const std::vector<std::string>& args) {
     const Case& drawn = cases[i];
     try {
       if (drawn.kind == Kind::Malformed) {
-        const bool err = mode == "verify" ? outputLine.rfind("ERR ", 0) == 0
-                                          : ToolTest::JsonReader::Read(outputLine)["result"].string == "ERR";
+        const bool err = mode == "verify"
+                             ? outputLine.rfind("ERR ", 0) == 0
+                             : ToolTest::JsonReader::Read(outputLine)["result"].string == "ERR";
         if (!err) {
           throw std::runtime_error("a malformed line must give ERR, got: " + outputLine);
         }
@@ -410,7 +459,8 @@ int Run(const std::vector<std::string>& args) {
       }
       const Expected expected = Expect(drawn, catalogue);
       if (mode == "verify" && !SameLine(expected, outputLine)) {
-        throw std::runtime_error("expected: " + ExpectedLine(expected) + "\n     got: " + outputLine);
+        throw std::runtime_error("expected: " + ExpectedLine(expected) +
+                                 "\n     got: " + outputLine);
       }
       if (mode == "verify-json") {
         CheckJson(drawn, expected, outputLine);

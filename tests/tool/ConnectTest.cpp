@@ -40,7 +40,8 @@ ToolRun RunAvoKnx(const std::string& directory, std::vector<std::string> args) {
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                   0600);
   posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
   ToolRun run;
   pid_t pid = -1;
@@ -64,16 +65,18 @@ TEST(AvoKnxConnect, DocketsOfTheServicesAnswers) {
   service.AddArguments({"--seed", seed});
   service.Start();
 
-  const ToolRun run = RunAvoKnx(service.Directory(), {"devicestack", "--connect", service.SocketPath(), "get",
-                                                  "200133", "set", "200133", "22.5", "get", "7"});
+  const ToolRun run =
+      RunAvoKnx(service.Directory(), {"devicestack", "--connect", service.SocketPath(), "get",
+                                      "200133", "set", "200133", "22.5", "get", "7"});
   EXPECT_EQ(run.status, 1); // get 7 is refused
-  EXPECT_EQ(run.out, "get 200133: answered, valid, reply \"3:21.5\" (21.5)\n"
-                     "set 200133 22.5: answered, valid, reply \"3:22.5\" (22.5)\n"
-                     "get 7: answered, invalid, reply \"\", delivery error \"Object 7 does not exist\"\n");
+  EXPECT_EQ(run.out,
+            "get 200133: answered, valid, reply \"3:21.5\" (21.5)\n"
+            "set 200133 22.5: answered, valid, reply \"3:22.5\" (22.5)\n"
+            "get 7: answered, invalid, reply \"\", delivery error \"Object 7 does not exist\"\n");
 
   // The service kept the value for the next run.
-  const ToolRun again = RunAvoKnx(service.Directory(),
-                              {"devicestack", "--json", "--connect", service.SocketPath(), "get", "200133"});
+  const ToolRun again = RunAvoKnx(service.Directory(), {"devicestack", "--json", "--connect",
+                                                        service.SocketPath(), "get", "200133"});
   EXPECT_EQ(again.status, 0);
   EXPECT_NE(again.out.find("\"reply\":\"3:22.5\""), std::string::npos) << again.out;
 }

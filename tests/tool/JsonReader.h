@@ -49,7 +49,8 @@ private:
     throw std::runtime_error(why + " at offset " + std::to_string(m_position) + " of " + m_text);
   }
   void Blanks() {
-    while (m_position < m_text.size() && std::string(" \t\r\n").find(m_text[m_position]) != std::string::npos) {
+    while (m_position < m_text.size() &&
+           std::string(" \t\r\n").find(m_text[m_position]) != std::string::npos) {
       ++m_position;
     }
   }
@@ -81,7 +82,8 @@ private:
       return value;
     }
     const std::size_t start = m_position;
-    while (m_position < m_text.size() && std::string(",]} \t").find(m_text[m_position]) == std::string::npos) {
+    while (m_position < m_text.size() &&
+           std::string(",]} \t").find(m_text[m_position]) == std::string::npos) {
       ++m_position;
     }
     value.text = m_text.substr(start, m_position - start);
@@ -89,7 +91,8 @@ private:
       value.kind = JsonValue::Null;
     } else if (value.text == "true" || value.text == "false") {
       value.kind = JsonValue::Bool;
-    } else if (!value.text.empty() && value.text.find_first_not_of("-+.eE0123456789") == std::string::npos) {
+    } else if (!value.text.empty() &&
+               value.text.find_first_not_of("-+.eE0123456789") == std::string::npos) {
       value.kind = JsonValue::Number;
     } else {
       Fail("not a JSON value: " + value.text);

@@ -37,8 +37,10 @@ TEST(BadInput, UnknownDptsAreAcceptedUntouched) {
         return Outcome(true, {Line(kError, noEntry, "GetEntry"), Line(kError, noEntry, function),
                               Line(kError, "Assume validity and accept value!", function)});
       };
-      EXPECT_EQ(Converted([&] { return Initialised().ToKnxValue(dpt, Dbl(ivtFloat, 1.0), gv); }), accepted("ToKnxValue"));
-      EXPECT_EQ(Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); }), accepted("FromKnxValue"));
+      EXPECT_EQ(Converted([&] { return Initialised().ToKnxValue(dpt, Dbl(ivtFloat, 1.0), gv); }),
+                accepted("ToKnxValue"));
+      EXPECT_EQ(Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); }),
+                accepted("FromKnxValue"));
       EXPECT_TRUE(gv == original && value == U16(ivtWord, 7)) << dpt;
     }
   }
@@ -47,8 +49,9 @@ TEST(BadInput, UnknownDptsAreAcceptedUntouched) {
 // Reading with bit size 0 takes the group value's own size.
 TEST(BadInput, DptZeroWithEveryBitSizeTakesTheSizeDefaultOrRefuses) {
   const std::map<unsigned, KNXDPT> defaults = {
-      {1, {1, 1, 1}},    {2, {2, 2, 1}},     {4, {4, 3, 7}},     {8, {8, 5, 0}},    {16, {16, 9, 0}},  {24, {24, 10, 1}},
-      {32, {32, 14, 0}}, {40, {40, 218, 0}}, {48, {48, 219, 1}}, {64, {64, 19, 1}}, {112, {112, 16, 1}}};
+      {1, {1, 1, 1}},     {2, {2, 2, 1}},    {4, {4, 3, 7}},     {8, {8, 5, 0}},
+      {16, {16, 9, 0}},   {24, {24, 10, 1}}, {32, {32, 14, 0}},  {40, {40, 218, 0}},
+      {48, {48, 219, 1}}, {64, {64, 19, 1}}, {112, {112, 16, 1}}};
   for (unsigned bits = 0; bits < 256; ++bits) {
     const auto hit = defaults.find(bits);
     KNXDPT to(static_cast<std::uint8_t>(bits), 0, 0), from = to;
@@ -62,7 +65,8 @@ TEST(BadInput, DptZeroWithEveryBitSizeTakesTheSizeDefaultOrRefuses) {
     if (hit == defaults.end()) {
       EXPECT_EQ(out, Refused(noDpt, "ToKnxValue", log4cplus::INFO_LOG_LEVEL));
       EXPECT_EQ(in, bits != 0 ? Refused(noDpt, "FromKnxValue", log4cplus::INFO_LOG_LEVEL)
-                              : Refused("Convert from KNX value failed. Missing DPT. GroupValue = ", "FromKnxValue"));
+                              : Refused("Convert from KNX value failed. Missing DPT. GroupValue = ",
+                                        "FromKnxValue"));
     }
   }
 }
@@ -80,19 +84,24 @@ TEST(BadInput, EveryRowMeetsGroupValuesOfEverySizeAndRecordsOfEveryType) {
         const KnxStack::GroupValue gv = Group(std::vector<std::uint8_t>(byteCount, 0xA5), size);
         const Outcome in = Converted([&] { return Initialised().FromKnxValue(dpt, gv, value); });
         if (expected <= 6 ? size > 6 : size != expected) {
-          EXPECT_EQ(in, Refused("Failed to convert a GroupValue for DPT " + dpt.ToString() + " because of unexpected bit " +
-                                    "size: " + std::to_string(size) + ", expected: " + std::to_string(expected), "FromKnxValue"));
+          EXPECT_EQ(in,
+                    Refused("Failed to convert a GroupValue for DPT " + dpt.ToString() +
+                                " because of unexpected bit " + "size: " + std::to_string(size) +
+                                ", expected: " + std::to_string(expected),
+                            "FromKnxValue"));
           EXPECT_EQ(value.ivt, row.GetValueType());
         }
       }
     }
-    for (int type :
-         {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 20, 102, 104, 105, 201, 1005, 1021, 1036, 1037, 1039, 4711}) {
+    for (int type : {0,  1,  2,  3,   4,   5,   6,   7,    8,    9,    10,   11,   12,  13,
+                     14, 15, 20, 102, 104, 105, 201, 1005, 1021, 1036, 1037, 1039, 4711}) {
       const VELVALUE value = Str(static_cast<VelValueType>(type), "\xFF\xC3");
       KnxStack::GroupValue gv;
       const Outcome out = Converted([&] { return Initialised().ToKnxValue(dpt, value, gv); });
-      if (type != ivtNone && !Avo::KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {
-        const std::string invalid = "Invalid value type found for DPT = " + dpt.ToString() + " val.ivt=" + std::to_string(type);
+      if (type != ivtNone &&
+          !Avo::KnxValueConverter::AreValueTypesCompatible(value.ivt, row.GetValueType())) {
+        const std::string invalid = "Invalid value type found for DPT = " + dpt.ToString() +
+                                    " val.ivt=" + std::to_string(type);
         EXPECT_EQ(out, Refused(invalid, "ToKnxValue"));
       }
     }

@@ -10,15 +10,20 @@ namespace {
 
 using namespace AvoTest;
 
-VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::uint8_t day, std::uint16_t weekday = 0,
-              std::uint16_t dayOnly = 0) {
+VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::uint8_t day,
+              std::uint16_t weekday = 0, std::uint16_t dayOnly = 0) {
   return Tm(type, VELTIME{year, month, day, 10, 20, 30, 0, weekday, dayOnly, true, true});
 }
 
 /// A value, its bytes on the bus, and the value those bytes read back as;
 /// no value: only read (the 2.x, 3.x and 18.x converters refuse their row's
 /// own type on the way out).
-struct Sample { KNXDPT dpt; VELVALUE value; std::vector<std::uint8_t> bytes; VELVALUE back; };
+struct Sample {
+  KNXDPT dpt;
+  VELVALUE value;
+  std::vector<std::uint8_t> bytes;
+  VELVALUE back;
+};
 Sample Same(KNXDPT dpt, const VELVALUE& value, std::vector<std::uint8_t> bytes) {
   return {dpt, value, std::move(bytes), value};
 }
@@ -66,17 +71,20 @@ const std::vector<Sample> kSamples = [] {
 /// sample what was written or read back instead.
 std::string ConvertEverySample(int rounds) {
   std::string failures;
-  for (int round = 0; round < rounds * static_cast<int>(kSamples.size()) && failures.empty(); ++round) {
+  for (int round = 0; round < rounds * static_cast<int>(kSamples.size()) && failures.empty();
+       ++round) {
     const Sample& s = kSamples[round % kSamples.size()];
     KNXDPT dpt = s.dpt;
     KnxStack::GroupValue written;
     VELVALUE back;
-    const bool wrote = s.value.ivt == ivtEmpty ||
-                       (Initialised().ToKnxValue(dpt, s.value, written) && written.GetRawData().GetBytes() == s.bytes);
+    const bool wrote =
+        s.value.ivt == ivtEmpty || (Initialised().ToKnxValue(dpt, s.value, written) &&
+                                    written.GetRawData().GetBytes() == s.bytes);
     const bool read = Initialised().FromKnxValue(dpt, Group(s.bytes, s.dpt.bitSize), back);
     back.status = s.back.status; // set at construction, no concern of the converters
     if (!wrote || !read || back != s.back) {
-      failures += s.dpt.ToString() + " written as " + written.GetRawData().ToString() + ", read back as " + back.ToString();
+      failures += s.dpt.ToString() + " written as " + written.GetRawData().ToString() +
+                  ", read back as " + back.ToString();
     }
   }
   return failures;
@@ -94,9 +102,12 @@ TEST(DptCatalogue, EveryRowConvertsItsSampleOnFourThreadsAtOnce) {
   }
   for (const Avo::DptValueEntry& row : map) { // each registered at its main number's standard size
     converters.insert(row.GetConverter());
-    EXPECT_EQ(row.GetDpt().bitSize, Avo::KnxValueConverter::GetStandardBitSize(row.GetDpt().mainNumber)) << row.GetDpt();
+    EXPECT_EQ(row.GetDpt().bitSize,
+              Avo::KnxValueConverter::GetStandardBitSize(row.GetDpt().mainNumber))
+        << row.GetDpt();
   }
-  EXPECT_TRUE(rows.size() == 53 && converters.size() == 53 && std::distance(map.begin(), map.end()) == 53);
+  EXPECT_TRUE(rows.size() == 53 && converters.size() == 53 &&
+              std::distance(map.begin(), map.end()) == 53);
   EXPECT_EQ(map.GetMainNumberCount(), 27U);
   const auto start = [] { return std::async(std::launch::async, ConvertEverySample, 50); };
   std::future<std::string> threads[] = {start(), start(), start(), start()};

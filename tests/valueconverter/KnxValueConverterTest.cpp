@@ -55,16 +55,20 @@ TEST(DptValueMap, LookupFindsExactRowThenMainRowThenEmptyEntry) {
     const Avo::DptValueEntry& row = converter.GetEntry(c.requested);
     EXPECT_EQ(row.GetDpt().ToString(), c.found) << c.requested;
     EXPECT_EQ(&row == &Avo::DptValueMap::GetEmptyEntry(), *c.line != '\0') << c.requested;
-    const std::vector<std::string> errors(*c.line ? 1 : 0, std::string("No Entry found for DPT = ") + c.line);
+    const std::vector<std::string> errors(*c.line ? 1 : 0,
+                                          std::string("No Entry found for DPT = ") + c.line);
     EXPECT_EQ(capture.Lines(), Errors(errors, "GetEntry"));
   }
   // A value in the short form reaches the converter rebuilt at its true size:
   // the default converter then takes the low bit of a 1-bit value only.
   KNXDPT shortForm(6, 1, 7);
   VELVALUE bit;
-  EXPECT_TRUE(converter.FromKnxValue(shortForm, Group({0xFF}, 6), bit) && bit.byVal == 1) << bit.ToString();
-  const Avo::DptValueEntry& empty = Avo::DptValueMap::GetEmptyEntry(); // callers know it by its type
-  EXPECT_TRUE(empty.GetValueType() == ivtEmpty && dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()));
+  EXPECT_TRUE(converter.FromKnxValue(shortForm, Group({0xFF}, 6), bit) && bit.byVal == 1)
+      << bit.ToString();
+  const Avo::DptValueEntry& empty =
+      Avo::DptValueMap::GetEmptyEntry(); // callers know it by its type
+  EXPECT_TRUE(empty.GetValueType() == ivtEmpty &&
+              dynamic_cast<const Avo::KnxConverterDefault*>(empty.GetConverter()));
 }
 
 // A converter filled by Init finds its rows through an index; the same rows
@@ -73,12 +77,13 @@ TEST(DptValueMap, IndexedLookupsAgreeWithASearchOfTheSameRows) {
   KnxValueConverter searched;
   for (const Avo::DptValueEntry& row : Initialised().GetDptValueMap()) {
     const KNXDPT& dpt = row.GetDpt();
-    searched.AddDptValueMapEntry(dpt.mainNumber, dpt.subNumber, dpt.bitSize, row.GetValueType(), row.GetValueSubType(),
-                                 *row.GetConverter());
+    searched.AddDptValueMapEntry(dpt.mainNumber, dpt.subNumber, dpt.bitSize, row.GetValueType(),
+                                 row.GetValueSubType(), *row.GetConverter());
   }
   const auto lookup = [](const KnxValueConverter& converter, const KNXDPT& dpt) {
     ScopedLogCapture capture;
-    return converter.GetEntry(dpt).GetDpt().ToString() + " " + testing::PrintToString(capture.Lines());
+    return converter.GetEntry(dpt).GetDpt().ToString() + " " +
+           testing::PrintToString(capture.Lines());
   };
   for (std::uint16_t main = 0; main <= 300; ++main) {
     for (std::uint16_t sub : {0, 1, 2, 5, 6, 7, 20, 27, 28, 29, 101, 102, 103, 104, 600, 65535}) {
@@ -95,25 +100,31 @@ TEST(DptValueMap, MovedFromConverterHasNoRows) {
   KnxValueConverter target(std::move(source));
   assigned = std::move(target);
   ScopedLogCapture capture;
-  EXPECT_TRUE(assigned.GetEntry({16, 9, 1}).GetDpt() == KNXDPT(16, 9, 1) && assigned.GetEntry({1, 1, 1}).GetDpt() == KNXDPT(1, 1, 0));
+  EXPECT_TRUE(assigned.GetEntry({16, 9, 1}).GetDpt() == KNXDPT(16, 9, 1) &&
+              assigned.GetEntry({1, 1, 1}).GetDpt() == KNXDPT(1, 1, 0));
   // NOLINTNEXTLINE(bugprone-use-after-move): the moved-from state is under test
   for (const KnxValueConverter* empty : {&source, &target}) {
-    EXPECT_TRUE(empty->GetDptValueMap().GetSize() == 0 && &empty->GetEntry({16, 9, 1}) == &Avo::DptValueMap::GetEmptyEntry());
+    EXPECT_TRUE(empty->GetDptValueMap().GetSize() == 0 &&
+                &empty->GetEntry({16, 9, 1}) == &Avo::DptValueMap::GetEmptyEntry());
   }
-  EXPECT_EQ(capture.Lines(), Errors({"No Entry found for DPT = 9.1", "No Entry found for DPT = 9.1"}, "GetEntry"));
+  EXPECT_EQ(capture.Lines(),
+            Errors({"No Entry found for DPT = 9.1", "No Entry found for DPT = 9.1"}, "GetEntry"));
 }
 
 // Copies clone again; the suite runs under LeakSanitizer for the rest.
 TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
   KnxValueConverter converter, assigned;
-  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 8, ivtString, VelDP::vstAsciiString, Avo::KnxConverter1Bit()));
-  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 16, ivtByte, VelDP::vstLatin1String, Avo::KnxConverter2Bit()));
+  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 8, ivtString, VelDP::vstAsciiString,
+                                            Avo::KnxConverter1Bit()));
+  EXPECT_TRUE(converter.AddDptValueMapEntry(4, 1, 16, ivtByte, VelDP::vstLatin1String,
+                                            Avo::KnxConverter2Bit()));
   const Avo::DptValueEntry& row = converter.GetEntry({8, 4, 1});
   Avo::DptValueEntry copy(Avo::DptValueMap::GetEmptyEntry());
   copy = row;
   assigned = converter;
   for (const Avo::DptValueEntry* e : {&row, &std::as_const(copy), &assigned.GetEntry({8, 4, 1})}) {
-    EXPECT_TRUE(e->GetValueSubType() == VelDP::vstAsciiString && dynamic_cast<const Avo::KnxConverter1Bit*>(e->GetConverter()));
+    EXPECT_TRUE(e->GetValueSubType() == VelDP::vstAsciiString &&
+                dynamic_cast<const Avo::KnxConverter1Bit*>(e->GetConverter()));
     EXPECT_TRUE(e == &row || e->GetConverter() != row.GetConverter());
   }
 }
@@ -122,7 +133,8 @@ TEST(DptValueMap, FirstRegistrationWinsAndEveryRowOwnsItsOwnClone) {
 /// completed, the ERROR lines; the group value is written only by a
 /// conversion that succeeds without a line.
 void ExpectTo(KNXDPT dpt, const VELVALUE& value, bool result, const KNXDPT& completed,
-              const std::vector<std::string>& errors, const KnxValueConverter& converter = Initialised()) {
+              const std::vector<std::string>& errors,
+              const KnxValueConverter& converter = Initialised()) {
   SCOPED_TRACE(dpt.ToString() + " " + value.ToString());
   ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
   KnxStack::GroupValue gv = Group({0xAA}, 8);
@@ -133,7 +145,8 @@ void ExpectTo(KNXDPT dpt, const VELVALUE& value, bool result, const KNXDPT& comp
 }
 
 /// Reads `gv` for `dpt` through `converter`: false, and the ERROR lines.
-void ExpectFromRefused(KNXDPT dpt, const KnxStack::GroupValue& gv, const std::vector<std::string>& errors,
+void ExpectFromRefused(KNXDPT dpt, const KnxStack::GroupValue& gv,
+                       const std::vector<std::string>& errors,
                        const KnxValueConverter& converter = Initialised()) {
   SCOPED_TRACE(dpt.ToString() + " " + gv.GetRawData().ToString());
   ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
@@ -192,10 +205,14 @@ TEST(AvoKnxValueConverter, TextFormChoosesTheDefaultDpt) {
   KnxStack::GroupValue gv;
   ScopedLogCapture capture(log4cplus::INFO_LOG_LEVEL);
   EXPECT_FALSE(converter.FromKnxValue(Group({0x01}, 6), text, false) || text != "unchanged");
-  EXPECT_EQ(capture.Lines(), std::vector{Line(log4cplus::INFO_LOG_LEVEL, "Could not find DPT for bit size 6", "FromKnxValue")});
-  EXPECT_TRUE(converter.FromKnxValue(Group({0x00, 0x00}, 16), text, false) && text == serialised); // 9.000
-  EXPECT_TRUE(converter.ToKnxValue(character, 264, gv) && gv == Group({0x41}, 8));             // 8 bits: 4.001
-  EXPECT_TRUE(converter.ToKnxValue(dpt, serialised, gv) && gv == Group({0x00, 0x00}, 16) && dpt == KNXDPT(16, 9, 0));
+  EXPECT_EQ(capture.Lines(),
+            std::vector{Line(log4cplus::INFO_LOG_LEVEL, "Could not find DPT for bit size 6",
+                             "FromKnxValue")});
+  EXPECT_TRUE(converter.FromKnxValue(Group({0x00, 0x00}, 16), text, false) &&
+              text == serialised);                                                 // 9.000
+  EXPECT_TRUE(converter.ToKnxValue(character, 264, gv) && gv == Group({0x41}, 8)); // 8 bits: 4.001
+  EXPECT_TRUE(converter.ToKnxValue(dpt, serialised, gv) && gv == Group({0x00, 0x00}, 16) &&
+              dpt == KNXDPT(16, 9, 0));
 }
 
 } // namespace

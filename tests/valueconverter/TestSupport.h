@@ -10,12 +10,23 @@
 
 namespace AvoTest {
 
-inline VELVALUE Typed(VelValueType type) { VELVALUE value; value.ivt = type; return value; }
-inline KnxStack::GroupValue Group(const std::vector<std::uint8_t>& b, unsigned bits) { return {KnxStack::BinaryData(b), bits}; }
+inline VELVALUE Typed(VelValueType type) {
+  VELVALUE value;
+  value.ivt = type;
+  return value;
+}
+inline KnxStack::GroupValue Group(const std::vector<std::uint8_t>& b, unsigned bits) {
+  return {KnxStack::BinaryData(b), bits};
+}
 
 /// Initialised twice: Init clears the map first and rebuilds the same rows.
 inline const Avo::KnxValueConverter& Initialised() {
-  static const Avo::KnxValueConverter converter = [] { Avo::KnxValueConverter c; c.Init(); c.Init(); return c; }();
+  static const Avo::KnxValueConverter converter = [] {
+    Avo::KnxValueConverter c;
+    c.Init();
+    c.Init();
+    return c;
+  }();
   return converter;
 }
 

@@ -16,7 +16,8 @@ namespace DeviceStackd {
 namespace Protocol = Polt::DeviceStackProtocol;
 namespace asio = boost::asio;
 
-Connection::Connection(Server& server, std::uint64_t id, asio::local::stream_protocol::socket socket)
+Connection::Connection(Server& server, std::uint64_t id,
+                       asio::local::stream_protocol::socket socket)
     : m_server(server), m_id(id), m_socket(std::move(socket)) {}
 
 void Connection::Start() {
@@ -30,9 +31,11 @@ void Connection::Close() {
 }
 
 void Connection::ReadPrefix() {
-  asio::async_read(m_socket, asio::buffer(m_prefix),
-                   [self = shared_from_this()](const boost::system::error_code& error,
-                                               std::size_t bytes) { self->OnPrefix(error, bytes); });
+  asio::async_read(
+      m_socket, asio::buffer(m_prefix),
+      [self = shared_from_this()](const boost::system::error_code& error, std::size_t bytes) {
+        self->OnPrefix(error, bytes);
+      });
 }
 
 void Connection::OnPrefix(const boost::system::error_code& error, std::size_t bytes) {
@@ -54,9 +57,11 @@ void Connection::OnPrefix(const boost::system::error_code& error, std::size_t by
     return;
   }
   m_frame.resize(length.Value());
-  asio::async_read(m_socket, asio::buffer(m_frame),
-                   [self = shared_from_this()](const boost::system::error_code& readError,
-                                               std::size_t read) { self->OnFrame(readError, read); });
+  asio::async_read(
+      m_socket, asio::buffer(m_frame),
+      [self = shared_from_this()](const boost::system::error_code& readError, std::size_t read) {
+        self->OnFrame(readError, read);
+      });
 }
 
 void Connection::OnFrame(const boost::system::error_code& error, std::size_t /*bytes*/) {
@@ -86,7 +91,8 @@ void Connection::HandleFrame() {
     ContinueReading();
     return;
   }
-  AVO_LOG_DEBUG("Connection " << m_id << ": " << Protocol::KindName(Protocol::KindOf(request.Value().body))
+  AVO_LOG_DEBUG("Connection " << m_id << ": "
+                              << Protocol::KindName(Protocol::KindOf(request.Value().body))
                               << " request " << request.Value().requestId);
   // The next frame is read only once this one is answered: answers keep the
   // order of their requests, and a client that floods waits for them.

@@ -9,7 +9,8 @@ namespace {
 std::uint32_t ParseDpt(const std::string& text) {
   const auto dot = text.find('.');
   auto number = [&text](const std::string& part) {
-    if (part.empty() || part.size() > 5 || part.find_first_not_of("0123456789") != std::string::npos) {
+    if (part.empty() || part.size() > 5 ||
+        part.find_first_not_of("0123456789") != std::string::npos) {
       throw UsageError("--seed-dpt: '" + text + "' is not a DPT like 9.001");
     }
     const unsigned long value = std::strtoul(part.c_str(), nullptr, 10);

@@ -17,11 +17,11 @@ public:
 /// What the command line asks for.
 struct Options {
   bool help = false;
-  std::string socketPath;     ///< --socket: where to listen (required to serve)
-  std::string statePath;      ///< --state: where the object model is kept (none: memory only)
-  std::string seedPath;       ///< --seed: objects of a fresh state
+  std::string socketPath; ///< --socket: where to listen (required to serve)
+  std::string statePath;  ///< --state: where the object model is kept (none: memory only)
+  std::string seedPath;   ///< --seed: objects of a fresh state
   std::string logLevel = "INFO";
-  std::string defaultSeedPath; ///< --write-default-seed: write the file and exit
+  std::string defaultSeedPath;         ///< --write-default-seed: write the file and exit
   std::uint32_t seedDpt = 0x00010001U; ///< --seed-dpt: the DPT of the default seed (1.001)
 };
 

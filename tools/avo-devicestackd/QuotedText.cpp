@@ -29,11 +29,21 @@ std::string Quote(const std::string& text) {
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
     switch (c) {
-    case '"': quoted += "\\\""; break;
-    case '\\': quoted += "\\\\"; break;
-    case '\n': quoted += "\\n"; break;
-    case '\r': quoted += "\\r"; break;
-    case '\t': quoted += "\\t"; break;
+    case '"':
+      quoted += "\\\"";
+      break;
+    case '\\':
+      quoted += "\\\\";
+      break;
+    case '\n':
+      quoted += "\\n";
+      break;
+    case '\r':
+      quoted += "\\r";
+      break;
+    case '\t':
+      quoted += "\\t";
+      break;
     default:
       if (byte < 0x20U || byte >= 0x7FU) {
         quoted += "\\x";
@@ -79,7 +89,8 @@ std::uint32_t FieldReader::Number() {
   if (!m_failure.empty()) {
     return 0;
   }
-  if (word.empty() || word.size() > 10 || word.find_first_not_of("0123456789") != std::string::npos ||
+  if (word.empty() || word.size() > 10 ||
+      word.find_first_not_of("0123456789") != std::string::npos ||
       std::strtoull(word.c_str(), nullptr, 10) > 0xFFFFFFFFULL) {
     Fail("'" + word + "' is not a number 0..4294967295");
     return 0;
@@ -127,11 +138,21 @@ std::string FieldReader::Quoted() {
       break;
     }
     switch (m_line[i]) {
-    case '"': text += '"'; break;
-    case '\\': text += '\\'; break;
-    case 'n': text += '\n'; break;
-    case 'r': text += '\r'; break;
-    case 't': text += '\t'; break;
+    case '"':
+      text += '"';
+      break;
+    case '\\':
+      text += '\\';
+      break;
+    case 'n':
+      text += '\n';
+      break;
+    case 'r':
+      text += '\r';
+      break;
+    case 't':
+      text += '\t';
+      break;
     case 'x': {
       const int high = i + 2 < m_line.size() ? HexValue(m_line[i + 1]) : -1;
       const int low = high >= 0 ? HexValue(m_line[i + 2]) : -1;

@@ -35,7 +35,8 @@ public:
     answer.objectId = request.objectId;
     const Polt::DeviceStackObjectModel::Object* object = m_model.FindObject(request.objectId);
     if (object == nullptr) {
-      answer.error = ErrorOf(Polt::DeviceStackObjectModel::UnknownObject("GetValue", request.objectId));
+      answer.error =
+          ErrorOf(Polt::DeviceStackObjectModel::UnknownObject("GetValue", request.objectId));
       return;
     }
     answer.urn = object->urn;
@@ -47,7 +48,8 @@ public:
     answer.objectId = request.objectId;
     const Polt::DeviceStackObjectModel::Object* object = m_model.FindObject(request.objectId);
     if (object == nullptr) {
-      answer.error = ErrorOf(Polt::DeviceStackObjectModel::UnknownObject("SetValue", request.objectId));
+      answer.error =
+          ErrorOf(Polt::DeviceStackObjectModel::UnknownObject("SetValue", request.objectId));
       answer.text = request.value.size() <= MaxValueTextSize ? request.value : std::string();
       return;
     }
@@ -84,8 +86,8 @@ public:
 
   void operator()(const Protocol::SetConfigurationRequest& request) {
     if (!m_model.SetProperties(request.objectId, request.properties)) {
-      m_result.answer.error =
-          ErrorOf(Polt::DeviceStackObjectModel::UnknownObject("SetConfiguration", request.objectId));
+      m_result.answer.error = ErrorOf(
+          Polt::DeviceStackObjectModel::UnknownObject("SetConfiguration", request.objectId));
       return;
     }
     m_result.changed = true;

@@ -81,7 +81,8 @@ Server::Server(asio::io_context& io, std::string socketPath, std::string statePa
       m_acceptor.bind(endpoint);
     }
     if (::chmod(m_socketPath.c_str(), 0660) != 0) {
-      throw std::system_error(errno, std::generic_category(), "cannot set the mode of '" + m_socketPath + "'");
+      throw std::system_error(errno, std::generic_category(),
+                              "cannot set the mode of '" + m_socketPath + "'");
     }
     m_acceptor.listen(asio::socket_base::max_listen_connections);
   } catch (const boost::system::system_error& error) {
@@ -114,30 +115,30 @@ void Server::Stop() {
 }
 
 void Server::Accept() {
-  m_acceptor.async_accept([this](const boost::system::error_code& error,
-                                 stream_protocol::socket socket) {
-    if (m_stopped || error == asio::error::operation_aborted) {
-      return;
-    }
-    if (error) {
-      // Out of descriptors, typically: this ends one accept, not the service.
-      // The pause keeps a lasting failure from spinning; connected clients are
-      // served meanwhile.
-      AVO_LOG_WARN("Accepting a client failed: " << error.message());
-      m_acceptPause.expires_after(std::chrono::milliseconds(100));
-      m_acceptPause.async_wait([this](const boost::system::error_code& cancelled) {
-        if (!cancelled && !m_stopped) {
-          Accept();
+  m_acceptor.async_accept(
+      [this](const boost::system::error_code& error, stream_protocol::socket socket) {
+        if (m_stopped || error == asio::error::operation_aborted) {
+          return;
         }
+        if (error) {
+          // Out of descriptors, typically: this ends one accept, not the service.
+          // The pause keeps a lasting failure from spinning; connected clients are
+          // served meanwhile.
+          AVO_LOG_WARN("Accepting a client failed: " << error.message());
+          m_acceptPause.expires_after(std::chrono::milliseconds(100));
+          m_acceptPause.async_wait([this](const boost::system::error_code& cancelled) {
+            if (!cancelled && !m_stopped) {
+              Accept();
+            }
+          });
+          return;
+        }
+        const std::uint64_t id = ++m_lastConnectionId;
+        auto connection = std::make_shared<Connection>(*this, id, std::move(socket));
+        m_connections.emplace(id, connection);
+        connection->Start();
+        Accept();
       });
-      return;
-    }
-    const std::uint64_t id = ++m_lastConnectionId;
-    auto connection = std::make_shared<Connection>(*this, id, std::move(socket));
-    m_connections.emplace(id, connection);
-    connection->Start();
-    Accept();
-  });
 }
 
 void Server::Handle(const Protocol::Request& request, ConnectionFormat& format, Reply reply) {

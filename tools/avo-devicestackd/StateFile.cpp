@@ -27,10 +27,11 @@ std::system_error SystemError(const std::string& what, const std::string& path) 
 std::string Serialise(const Polt::DeviceStackObjectModel& model) {
   std::string text = std::string(FormatLine) + "\n";
   for (const auto& [id, object] : model.GetObjects()) {
-    text += "object " + std::to_string(id) + " " + Quote(object.urn) + " " + Quote(object.value) + "\n";
+    text +=
+        "object " + std::to_string(id) + " " + Quote(object.urn) + " " + Quote(object.value) + "\n";
     for (const auto& [type, property] : object.properties) {
-      text += "property " + std::to_string(id) + " " + std::to_string(static_cast<int>(type)) + " " +
-              Quote(property.value) + "\n";
+      text += "property " + std::to_string(id) + " " + std::to_string(static_cast<int>(type)) +
+              " " + Quote(property.value) + "\n";
     }
   }
   for (const std::string& configuration : model.GetConfigurations()) {

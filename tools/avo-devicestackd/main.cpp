@@ -101,7 +101,8 @@ int main(int argc, char** argv) {
     }
     SetLogLevel(options.logLevel);
     if (!options.defaultSeedPath.empty()) {
-      const std::size_t count = DeviceStackd::WriteDefaultSeed(options.defaultSeedPath, options.seedDpt);
+      const std::size_t count =
+          DeviceStackd::WriteDefaultSeed(options.defaultSeedPath, options.seedDpt);
       std::cout << "Wrote " << count << " objects to '" << options.defaultSeedPath << "'\n";
       return 0;
     }

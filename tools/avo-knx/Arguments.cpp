@@ -8,8 +8,9 @@ namespace AvoKnx {
 namespace {
 
 const OptionSpec* FindSpec(const std::vector<OptionSpec>& specs, const std::string& name) {
-  const auto option = std::find_if(specs.begin(), specs.end(),
-                                 [&name](const OptionSpec& candidate) { return candidate.name == name; });
+  const auto option =
+      std::find_if(specs.begin(), specs.end(),
+                   [&name](const OptionSpec& candidate) { return candidate.name == name; });
   return option != specs.end() ? &*option : nullptr;
 }
 
@@ -20,12 +21,15 @@ bool IsOptionWord(const std::string& word) {
 } // namespace
 
 const std::vector<OptionSpec>& CommonOptions() {
-  static const std::vector<OptionSpec> options = {
-      {"json", false}, {"log-level", true}, {"log-config", true}, {"help", false}};
+  static const std::vector<OptionSpec> options = {{"json", false},
+                                                  {"log-level", true},
+                                                  {"log-config", true},
+                                                  {"help", false}};
   return options;
 }
 
-Arguments Arguments::Parse(const std::vector<std::string>& args, const std::vector<OptionSpec>& specs) {
+Arguments Arguments::Parse(const std::vector<std::string>& args,
+                           const std::vector<OptionSpec>& specs) {
   Arguments parsed;
   bool optionsEnded = false;
   for (std::size_t i = 0; i < args.size(); ++i) {
@@ -40,7 +44,8 @@ Arguments Arguments::Parse(const std::vector<std::string>& args, const std::vect
     }
     const auto equals = word == "-h" ? std::string::npos : word.find('=');
     const std::string name =
-        word == "-h" ? "help" : word.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
+        word == "-h" ? "help"
+                     : word.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
     const OptionSpec* option = FindSpec(specs, name);
     if (option == nullptr) {
       throw UsageError("unknown option '--" + name + "'");

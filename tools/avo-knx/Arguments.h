@@ -40,7 +40,8 @@ public:
   /// Splits args by the specs. Words starting with "--" are options; "-h" is
   /// --help; every other word (including "-5") is positional; "--" ends the
   /// options. Throws UsageError for unknown options and missing values.
-  static Arguments Parse(const std::vector<std::string>& args, const std::vector<OptionSpec>& specs);
+  static Arguments Parse(const std::vector<std::string>& args,
+                         const std::vector<OptionSpec>& specs);
 
   bool Has(const std::string& option) const { return m_options.count(option) != 0; }
   /// The value given last for the option.

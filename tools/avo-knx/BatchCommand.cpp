@@ -97,8 +97,10 @@ int RunBatch(Context& context) {
 } // namespace
 
 const Command& BatchCommand() {
-  static const Command command{"batch", "conversions read from standard input, one per line",
-                               {{"line-buffered", false}}, RunBatch,
+  static const Command command{"batch",
+                               "conversions read from standard input, one per line",
+                               {{"line-buffered", false}},
+                               RunBatch,
                                R"(usage: avo-knx batch [--line-buffered] < FILE
 
 Reads one command per line from standard input and writes exactly one result

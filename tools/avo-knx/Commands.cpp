@@ -38,16 +38,16 @@ void Context::ShowLibraryLines(const std::vector<LibraryLogLine>& lines) const {
 
 const std::vector<const Command*>& AllCommands() {
   static const std::vector<const Command*> commands = {
-      &EncodeCommand(), &DecodeCommand(),      &CheckCommand(),  &DptsCommand(),
-      &TypesCommand(),  &ObjIdCommand(),       &ConfigCommand(), &DeviceStackCommand(),
-      &BatchCommand(),  &DemoCommand()};
+      &EncodeCommand(), &DecodeCommand(), &CheckCommand(),       &DptsCommand(),  &TypesCommand(),
+      &ObjIdCommand(),  &ConfigCommand(), &DeviceStackCommand(), &BatchCommand(), &DemoCommand()};
   return commands;
 }
 
 const Command* FindCommand(const std::string& name) {
   const auto& commands = AllCommands();
-  const auto found = std::find_if(commands.begin(), commands.end(),
-                                  [&name](const Command* command) { return command->name == name; });
+  const auto found =
+      std::find_if(commands.begin(), commands.end(),
+                   [&name](const Command* command) { return command->name == name; });
   return found != commands.end() ? *found : nullptr;
 }
 
@@ -55,7 +55,8 @@ std::string OverallHelp() {
   std::string help = "usage: avo-knx COMMAND [OPTIONS] [ARGUMENTS]\n\n"
                      "Looks at KNX data through libavoobjectmodel.\n\ncommands:\n";
   for (const Command* command : AllCommands()) {
-    help += "  " + command->name + std::string(14 - command->name.size(), ' ') + command->summary + "\n";
+    help += "  " + command->name + std::string(14 - command->name.size(), ' ') + command->summary +
+            "\n";
   }
   help += "\nWithout a command avo-knx runs the demo. avo-knx COMMAND --help shows a\n"
           "command's options and examples.\n\n";

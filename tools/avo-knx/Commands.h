@@ -13,8 +13,8 @@ namespace AvoKnx {
 /// Everything a command works with.
 struct Context {
   const Arguments& arguments;
-  bool json;        ///< --json: one JSON object per result
-  LibraryLog& log;  ///< the library's lines
+  bool json;       ///< --json: one JSON object per result
+  LibraryLog& log; ///< the library's lines
   std::istream& in;
   std::ostream& out;
   std::ostream& err;

@@ -23,7 +23,9 @@ public:
 
 std::string YesNo(bool flag) { return flag ? "yes" : "no"; }
 
-std::string PathText(const boost::optional<std::string>& path) { return path ? *path : "(not set)"; }
+std::string PathText(const boost::optional<std::string>& path) {
+  return path ? *path : "(not set)";
+}
 
 void AddPath(JsonObject& json, const char* name, const boost::optional<std::string>& path) {
   if (path) {
@@ -33,14 +35,16 @@ void AddPath(JsonObject& json, const char* name, const boost::optional<std::stri
   }
 }
 
-void PrintText(std::ostream& out, const std::string& path, const Avo::AppHostConfiguration& config) {
+void PrintText(std::ostream& out, const std::string& path,
+               const Avo::AppHostConfiguration& config) {
   const std::pair<const char*, std::string> settings[] = {
       {"file", path},
       {"app debug mode", YesNo(config.IsInAppDebugMode())},
       {"app host start-up disabled", YesNo(config.IsAppHostStartupDisabled())},
       {"app connector host start-up disabled", YesNo(config.IsAppConnectorHostStartupDisabled())},
       {"app host without KNX", YesNo(config.IsAppHostWithoutKNX())},
-      {"app host terminates on firmware update", YesNo(config.IsAppHostTerminateOnFirmwareUpdate())},
+      {"app host terminates on firmware update",
+       YesNo(config.IsAppHostTerminateOnFirmwareUpdate())},
       {"native app root path", PathText(config.GetRootPathNativeApp())},
       {"managed app root path", PathText(config.GetRootPathManagedApp())},
       {"app host root path", PathText(config.GetRootPathAppHost())},
@@ -61,8 +65,8 @@ void PrintText(std::ostream& out, const std::string& path, const Avo::AppHostCon
   out << '\n';
 }
 
-std::string AsJson(const std::string& path, const Avo::AppHostConfiguration& config, const std::string& reason,
-                   const std::vector<LibraryLogLine>& lines) {
+std::string AsJson(const std::string& path, const Avo::AppHostConfiguration& config,
+                   const std::string& reason, const std::vector<LibraryLogLine>& lines) {
   JsonObject json;
   json.String("command", "config")
       .String("file", path)
@@ -127,7 +131,10 @@ int RunConfig(Context& context) {
 } // namespace
 
 const Command& ConfigCommand() {
-  static const Command command{"config", "the app host configuration, every setting", {}, RunConfig,
+  static const Command command{"config",
+                               "the app host configuration, every setting",
+                               {},
+                               RunConfig,
                                R"(usage: avo-knx config [FILE]
 
 Loads the app host configuration with Avo::AppHostConfiguration from FILE or,

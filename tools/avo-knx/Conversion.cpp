@@ -37,7 +37,8 @@ KNXDPT ToKnxDpt(const Dpt& dpt) {
 // A group value of the bytes: its defined size is --bits, else the main
 // number's standard size when the bytes are just enough for it (so 01 is a
 // 1-bit value for DPT 1), else 8 bits per byte.
-KnxStack::GroupValue MakeGroupValue(std::vector<std::uint8_t> bytes, const ConversionRequest& request) {
+KnxStack::GroupValue MakeGroupValue(std::vector<std::uint8_t> bytes,
+                                    const ConversionRequest& request) {
   const unsigned int standard = Avo::KnxValueConverter::GetStandardBitSize(request.dpt.mainNumber);
   const auto byteCount = static_cast<unsigned int>(bytes.size());
   unsigned int bits = 8 * byteCount;
@@ -57,7 +58,8 @@ std::optional<T> FromBoost(boost::optional<T>&& value) {
 
 // A reason stays on its result line.
 std::string OneLine(std::string text) {
-  std::replace_if(text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
   return text;
 }
 
@@ -65,9 +67,12 @@ std::string OneLine(std::string text) {
 
 const char* OperationName(Operation operation) {
   switch (operation) {
-  case Operation::Encode: return "encode";
-  case Operation::Decode: return "decode";
-  case Operation::Check: return "check";
+  case Operation::Encode:
+    return "encode";
+  case Operation::Decode:
+    return "decode";
+  case Operation::Check:
+    return "check";
   }
   return "";
 }
@@ -139,7 +144,8 @@ VelValueType Converter::ExpectedValueType(const ConversionRequest& request) {
   return type;
 }
 
-void Converter::Encode(const ConversionRequest& request, const VELVALUE& value, ConversionResult& result) {
+void Converter::Encode(const ConversionRequest& request, const VELVALUE& value,
+                       ConversionResult& result) {
   if (request.path == ConversionPath::Bridge) {
     result.groupValue = FromBoost(Avo::VelValueToGroupValue(value, request.dpt.Packed()));
     result.accepted = result.groupValue.has_value();
@@ -205,8 +211,9 @@ ConversionResult Converter::Run(const ConversionRequest& request) {
   if (!result.accepted && result.reason.empty()) {
     const LibraryLogLine* problem = FirstProblem(result.log);
     result.reason = problem != nullptr ? problem->text
-                    : request.operation == Operation::Check ? "the library found the group value invalid"
-                                                            : "the library refused without a log line";
+                    : request.operation == Operation::Check
+                        ? "the library found the group value invalid"
+                        : "the library refused without a log line";
   }
   return result;
 }

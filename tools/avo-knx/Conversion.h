@@ -28,9 +28,9 @@ struct ConversionRequest {
   Operation operation = Operation::Encode;
   ConversionPath path = ConversionPath::Catalogue;
   Dpt dpt;
-  std::string operand;               ///< VALUE (encode) or HEX (decode, check), as written
-  std::optional<VelValueType> type;  ///< --type: the value type of VALUE (encode)
-  std::optional<unsigned> bits;      ///< --bits: the defined size of the group value (decode, check)
+  std::string operand;              ///< VALUE (encode) or HEX (decode, check), as written
+  std::optional<VelValueType> type; ///< --type: the value type of VALUE (encode)
+  std::optional<unsigned> bits;     ///< --bits: the defined size of the group value (decode, check)
 };
 
 /// The options of a conversion, beside the common ones.
@@ -43,12 +43,12 @@ ConversionRequest MakeConversionRequest(Operation operation, const Arguments& ar
 
 /// What came of it.
 struct ConversionResult {
-  bool accepted = false;            ///< false: the library refused
+  bool accepted = false;             ///< false: the library refused
   VelValueType valueType = ivtEmpty; ///< of the value, or the one the DPT expects
-  std::optional<VELVALUE> value;    ///< encode: the value read; decode: the value produced
+  std::optional<VELVALUE> value;     ///< encode: the value read; decode: the value produced
   std::optional<KnxStack::GroupValue> groupValue; ///< encode: produced; decode, check: read
-  std::string reason;               ///< why the library refused
-  std::vector<LibraryLogLine> log;  ///< the library's lines of this conversion
+  std::string reason;                             ///< why the library refused
+  std::vector<LibraryLogLine> log;                ///< the library's lines of this conversion
 };
 
 /// Runs conversions with one catalogue converter, initialised once.

@@ -35,7 +35,8 @@ int RunConversion(Context& context, Operation operation) {
         context.out << "invalid\n";
         context.err << "avo-knx: check: " << result.reason << '\n';
       } else {
-        context.err << "avo-knx: " << OperationName(operation) << " refused: " << result.reason << '\n';
+        context.err << "avo-knx: " << OperationName(operation) << " refused: " << result.reason
+                    << '\n';
       }
     }
   }
@@ -64,8 +65,7 @@ DPT catalogue; --path bridge through the group value bridge
 
 const Command& EncodeCommand() {
   static const Command command{
-      "encode", "VALUE of a DPT to the bytes of its group value",
-      ConversionOptions(), RunEncode,
+      "encode", "VALUE of a DPT to the bytes of its group value", ConversionOptions(), RunEncode,
       std::string(R"(usage: avo-knx encode [--path catalogue|bridge] [--type N] DPT VALUE
 
 Encodes VALUE as a group value of DPT and prints its bytes in upper-case hex.
@@ -76,7 +76,8 @@ as value type N instead (avo-knx types, avo-knx dpts list the types).
 The catalogue cannot write DPT 2.x, 3.x and 18.x values (its row's value type
 and the converter's own type test exclude each other): use --path bridge.
 
-)") + kDptHelp + "\n" + kValueSyntaxHelp + R"(
+)") + kDptHelp +
+          "\n" + kValueSyntaxHelp + R"(
 examples:
   avo-knx encode 9.001 21.5                  0C33
   avo-knx encode 1.001 1                     01
@@ -90,8 +91,7 @@ examples:
 
 const Command& DecodeCommand() {
   static const Command command{
-      "decode", "bytes of a group value to the VALUE of a DPT",
-      ConversionOptions(), RunDecode,
+      "decode", "bytes of a group value to the VALUE of a DPT", ConversionOptions(), RunDecode,
       std::string(R"(usage: avo-knx decode [--path catalogue|bridge] [--bits N] DPT HEX
 
 Decodes the bytes of a group value of DPT and prints the value. HEX is
@@ -99,7 +99,8 @@ written 0C33, "0c 33" or 0x0C33. The group value's defined size is the DPT's
 standard size when the bytes just hold it (01 is a 1-bit value for DPT 1),
 otherwise 8 bits per byte; --bits N sets it (6 is the bus's short form).
 
-)") + kDptHelp + "\n" + kValueSyntaxHelp + R"(
+)") + kDptHelp +
+          "\n" + kValueSyntaxHelp + R"(
 examples:
   avo-knx decode 9.001 0C33                  21.5
   avo-knx decode --path bridge 10.001 2A141E Mon 10:20:30
@@ -110,10 +111,9 @@ examples:
 }
 
 const Command& CheckCommand() {
-  static const Command command{
-      "check", "whether a group value is valid for a DPT",
-      ConversionOptions(), RunCheck,
-      R"(usage: avo-knx check [--bits N] DPT HEX
+  static const Command command{"check", "whether a group value is valid for a DPT",
+                               ConversionOptions(), RunCheck,
+                               R"(usage: avo-knx check [--bits N] DPT HEX
 
 Asks Avo::CheckGroupValue whether the group value is acceptable for DPT and
 prints "valid" (exit status 0) or "invalid" (exit status 1). The check

@@ -15,16 +15,27 @@ struct Step {
 
 const std::vector<Step>& Steps() {
   static const std::vector<Step> steps = {
-      {"What bytes does 21.5 °C become on DPT 9.001 (temperature)?", {"encode", "9.001", "21.5"}, kSuccess},
+      {"What bytes does 21.5 °C become on DPT 9.001 (temperature)?",
+       {"encode", "9.001", "21.5"},
+       kSuccess},
       {"And what does the telegram 0C33 mean on DPT 9.001?", {"decode", "9.001", "0C33"}, kSuccess},
-      {"A time of day with its weekday, DPT 10.001:", {"encode", "10.001", "Mon", "10:20:30"}, kSuccess},
-      {"The catalogue cannot write DPT 3.x (dimming steps) ...", {"encode", "3.007", "9"}, kRefused},
+      {"A time of day with its weekday, DPT 10.001:",
+       {"encode", "10.001", "Mon", "10:20:30"},
+       kSuccess},
+      {"The catalogue cannot write DPT 3.x (dimming steps) ...",
+       {"encode", "3.007", "9"},
+       kRefused},
       {"... the group value bridge can:", {"encode", "--path", "bridge", "3.007", "9"}, kSuccess},
-      {"Is the telegram 18141E a valid DPT 10.001 time of day (hour 24)?", {"check", "10.001", "18141E"}, kRefused},
-      {"Which object-model identifiers belong to CO 17 of logical device 2?", {"objid", "co", "17", "2"}, kSuccess},
+      {"Is the telegram 18141E a valid DPT 10.001 time of day (hour 24)?",
+       {"check", "10.001", "18141E"},
+       kRefused},
+      {"Which object-model identifiers belong to CO 17 of logical device 2?",
+       {"objid", "co", "17", "2"},
+       kSuccess},
       {"What does identifier 200133 denote?", {"objid", "describe", "200133"}, kSuccess},
       {"A round trip to a (simulated) device stack through the request messenger:",
-       {"devicestack", "--object", "200133=21.5", "get", "200133", "set", "200133", "22.5", "get", "200133"},
+       {"devicestack", "--object", "200133=21.5", "get", "200133", "set", "200133", "22.5", "get",
+        "200133"},
        kSuccess},
   };
   return steps;
@@ -64,7 +75,8 @@ int RunDemo(Context& context) {
     const int status = RunStep(context, step);
     asExpected = asExpected && status == step.expectedStatus;
     if (!context.json) {
-      context.out << (status == kSuccess ? "" : "(exit status " + std::to_string(status) + ")\n") << '\n';
+      context.out << (status == kSuccess ? "" : "(exit status " + std::to_string(status) + ")\n")
+                  << '\n';
     }
   }
   if (!context.json) {
@@ -76,7 +88,10 @@ int RunDemo(Context& context) {
 } // namespace
 
 const Command& DemoCommand() {
-  static const Command command{"demo", "a short tour on built-in examples (the default)", {}, RunDemo,
+  static const Command command{"demo",
+                               "a short tour on built-in examples (the default)",
+                               {},
+                               RunDemo,
                                R"(usage: avo-knx demo
 
 A short tour of the commands on built-in examples, ending in a round trip to

@@ -47,8 +47,11 @@ struct Request {
 };
 
 std::size_t WordCount(const std::string& kind) {
-  static const std::map<std::string, std::size_t> kCounts = {
-      {"get", 1}, {"set", 2}, {"request", 1}, {"register", 3}, {"configure", 1}};
+  static const std::map<std::string, std::size_t> kCounts = {{"get", 1},
+                                                             {"set", 2},
+                                                             {"request", 1},
+                                                             {"register", 3},
+                                                             {"configure", 1}};
   const auto count = kCounts.find(kind);
   if (count == kCounts.end()) {
     throw UsageError("'" + kind + "' is not a request: get, set, request, register or configure");
@@ -75,7 +78,8 @@ unsigned long ParseObjectId(const std::string& text) {
   return ParseUnsigned(text, 4294967295UL, "object ID");
 }
 
-Request MakeRequest(const std::string& kind, std::vector<std::string> words, const ObjectModel& model) {
+Request MakeRequest(const std::string& kind, std::vector<std::string> words,
+                    const ObjectModel& model) {
   if (words.size() != WordCount(kind)) {
     throw UsageError("'" + kind + "' needs " + std::to_string(WordCount(kind)) + " word(s), got " +
                      std::to_string(words.size()));
@@ -91,7 +95,8 @@ Request MakeRequest(const std::string& kind, std::vector<std::string> words, con
 }
 
 // Requests given as arguments: each kind takes its fixed number of words.
-std::vector<Request> RequestsFromWords(const std::vector<std::string>& words, const ObjectModel& model) {
+std::vector<Request> RequestsFromWords(const std::vector<std::string>& words,
+                                       const ObjectModel& model) {
   std::vector<Request> requests;
   for (std::size_t i = 0; i < words.size();) {
     const std::string& kind = words[i++];
@@ -99,9 +104,11 @@ std::vector<Request> RequestsFromWords(const std::vector<std::string>& words, co
     if (i + count > words.size()) {
       throw UsageError("'" + kind + "' needs " + std::to_string(count) + " word(s)");
     }
-    requests.push_back(MakeRequest(kind, std::vector<std::string>(words.begin() + static_cast<std::ptrdiff_t>(i),
-                                                                  words.begin() + static_cast<std::ptrdiff_t>(i + count)),
-                                   model));
+    requests.push_back(MakeRequest(
+        kind,
+        std::vector<std::string>(words.begin() + static_cast<std::ptrdiff_t>(i),
+                                 words.begin() + static_cast<std::ptrdiff_t>(i + count)),
+        model));
     i += count;
   }
   return requests;
@@ -158,7 +165,8 @@ Polt::SimulatedDeviceStackOptions ReadSimulation(const Arguments& arguments) {
   if (const auto delay = arguments.Value("delay")) {
     const auto dash = delay->find('-');
     options.minDelay = Milliseconds(delay->substr(0, dash), "delay");
-    options.maxDelay = dash == std::string::npos ? options.minDelay : Milliseconds(delay->substr(dash + 1), "delay");
+    options.maxDelay = dash == std::string::npos ? options.minDelay
+                                                 : Milliseconds(delay->substr(dash + 1), "delay");
     if (options.maxDelay < options.minDelay) {
       throw UsageError("delay '" + *delay + "' ends before it starts");
     }
@@ -190,14 +198,16 @@ ObjectModel ReadObjectModel(const Arguments& arguments) {
       throw UsageError("object '" + object + "' is not written ID=VALUE");
     }
     const std::string valueText = object.substr(equals + 1);
-    model.objects[ParseObjectId(object.substr(0, equals))] = ParseValue(valueText, InferValueType(valueText));
+    model.objects[ParseObjectId(object.substr(0, equals))] =
+        ParseValue(valueText, InferValueType(valueText));
   }
   return model;
 }
 
 // The options that shape the simulated device stack; the service behind
 // --connect keeps its own objects and behaves as it does.
-const char* const kSimulationOptions[] = {"object", "delay", "drop", "duplicate", "error", "empty-id", "seed"};
+const char* const kSimulationOptions[] = {"object", "delay",    "drop", "duplicate",
+                                          "error",  "empty-id", "seed"};
 
 // Where the requests go: the simulated device stack in this process, or the
 // device stack service behind --connect.
@@ -271,7 +281,8 @@ private:
     if (request.kind == "register") {
       return m_messenger.RegisterApplication(request.words[0], request.words[1], request.words[2]);
     }
-    return m_messenger.SetConfiguration(request.words[0], defaultTimeout, Avo::BoolReader([] { return true; }));
+    return m_messenger.SetConfiguration(request.words[0], defaultTimeout,
+                                        Avo::BoolReader([] { return true; }));
   }
 
   DeviceStack& m_deviceStack;
@@ -282,7 +293,8 @@ private:
 // The value a get or set answer carries, in the value syntax, when its text reads.
 std::optional<VELVALUE> ReplyValue(const Request& request, const Avo::Docket& docket) {
   VELVALUE value;
-  if ((request.kind == "get" || request.kind == "set") && docket.IsReplyValid() && value.Deserialize(docket.ReadReply())) {
+  if ((request.kind == "get" || request.kind == "set") && docket.IsReplyValid() &&
+      value.Deserialize(docket.ReadReply())) {
     return value;
   }
   return std::nullopt;
@@ -330,8 +342,9 @@ std::vector<Request> ReadRequests(Context& context, const ObjectModel& model) {
   }
   if (!script) {
     if (words.empty()) {
-      throw UsageError("devicestack needs requests (get ID, set ID VALUE, request TEXT, register A B C, "
-                       "configure TEXT) or --script FILE");
+      throw UsageError(
+          "devicestack needs requests (get ID, set ID VALUE, request TEXT, register A B C, "
+          "configure TEXT) or --script FILE");
     }
     return RequestsFromWords(words, model);
   }
@@ -355,7 +368,8 @@ std::optional<std::string> ReadServiceSocket(const Arguments& arguments) {
   }
   for (const char* option : kSimulationOptions) {
     if (arguments.Has(option)) {
-      throw UsageError(std::string("--") + option + " shapes the simulated device stack; it does not apply with --connect");
+      throw UsageError(std::string("--") + option +
+                       " shapes the simulated device stack; it does not apply with --connect");
     }
   }
   return socketPath;
@@ -373,7 +387,8 @@ int RunDeviceStack(Context& context) {
 
   std::unique_ptr<DeviceStack> deviceStack;
   try {
-    deviceStack = socketPath ? std::make_unique<DeviceStack>(*socketPath) : std::make_unique<DeviceStack>(options, model);
+    deviceStack = socketPath ? std::make_unique<DeviceStack>(*socketPath)
+                             : std::make_unique<DeviceStack>(options, model);
   } catch (const std::invalid_argument& error) {
     throw UsageError(error.what());
   }
@@ -395,10 +410,20 @@ int RunDeviceStack(Context& context) {
 
 const Command& DeviceStackCommand() {
   static const Command command{
-      "devicestack", "requests through the request messenger to a simulated device stack or the service",
-      {{"script", true}, {"connect", true}, {"object", true}, {"type", true}, {"delay", true},
-       {"drop", true}, {"duplicate", true}, {"error", true}, {"empty-id", true}, {"seed", true},
-       {"timeout", true}, {"retries", true}},
+      "devicestack",
+      "requests through the request messenger to a simulated device stack or the service",
+      {{"script", true},
+       {"connect", true},
+       {"object", true},
+       {"type", true},
+       {"delay", true},
+       {"drop", true},
+       {"duplicate", true},
+       {"error", true},
+       {"empty-id", true},
+       {"seed", true},
+       {"timeout", true},
+       {"retries", true}},
       RunDeviceStack,
       R"(usage: avo-knx devicestack [OPTIONS] REQUEST...
        avo-knx devicestack [OPTIONS] --script FILE     (FILE - is standard input)

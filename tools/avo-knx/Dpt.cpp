@@ -26,11 +26,13 @@ Dpt ParseDpt(const std::string& text) {
   bool valid = ReadNumber(begin, mainEnd, dpt.mainNumber) && dpt.mainNumber != 0;
   if (valid && dot != std::string::npos) {
     const std::string sub = text.substr(dot + 1);
-    valid = sub == "x" || sub == "X" || ReadNumber(sub.data(), sub.data() + sub.size(), dpt.subNumber);
+    valid =
+        sub == "x" || sub == "X" || ReadNumber(sub.data(), sub.data() + sub.size(), dpt.subNumber);
   }
   if (!valid) {
-    throw UsageError("malformed DPT '" + text +
-                     "': expected MAIN.SUB, MAIN.x or MAIN with main 1..65535 and sub 0..65535 (e.g. 9.001)");
+    throw UsageError(
+        "malformed DPT '" + text +
+        "': expected MAIN.SUB, MAIN.x or MAIN with main 1..65535 and sub 0..65535 (e.g. 9.001)");
   }
   return dpt;
 }

@@ -38,7 +38,8 @@ std::vector<std::uint8_t> ParseHex(const std::string& text) {
     const int low = position + 1 < text.size() ? HexDigitValue(text[position + 1]) : -1;
     if (high < 0 || (low < 0 && position + 1 < text.size() && !IsBlank(text[position + 1]))) {
       const char bad = high < 0 ? text[position] : text[position + 1];
-      throw UsageError("malformed hex '" + text + "': '" + std::string(1, bad) + "' is not a hex digit");
+      throw UsageError("malformed hex '" + text + "': '" + std::string(1, bad) +
+                       "' is not a hex digit");
     }
     if (low < 0) {
       throw UsageError("malformed hex '" + text + "': a byte needs two hex digits");

@@ -2,7 +2,7 @@
 
 #include "Arguments.h" // UsageError
 
-#include "Avo/Text.h"                     // Avo::UTF8String
+#include "Avo/Text.h"                          // Avo::UTF8String
 #include "AvoObjectModel/GroupValueVelValue.h" // Avo::RepairUTF8
 
 #include <cstdio> // std::snprintf
@@ -12,14 +12,29 @@ namespace {
 
 void AppendEscaped(std::string& out, unsigned char character) {
   switch (character) {
-  case '"': out += "\\\""; return;
-  case '\\': out += "\\\\"; return;
-  case '\n': out += "\\n"; return;
-  case '\r': out += "\\r"; return;
-  case '\t': out += "\\t"; return;
-  case '\b': out += "\\b"; return;
-  case '\f': out += "\\f"; return;
-  default: break;
+  case '"':
+    out += "\\\"";
+    return;
+  case '\\':
+    out += "\\\\";
+    return;
+  case '\n':
+    out += "\\n";
+    return;
+  case '\r':
+    out += "\\r";
+    return;
+  case '\t':
+    out += "\\t";
+    return;
+  case '\b':
+    out += "\\b";
+    return;
+  case '\f':
+    out += "\\f";
+    return;
+  default:
+    break;
   }
   if (character < 0x20 || character == 0x7F) {
     char escape[8];
@@ -96,16 +111,35 @@ private:
     }
     const char kind = m_literal[m_position++];
     switch (kind) {
-    case '"': text += '"'; return;
-    case '\\': text += '\\'; return;
-    case '/': text += '/'; return;
-    case 'b': text += '\b'; return;
-    case 'f': text += '\f'; return;
-    case 'n': text += '\n'; return;
-    case 'r': text += '\r'; return;
-    case 't': text += '\t'; return;
-    case 'u': AppendUtf8(text, ReadCodePoint()); return;
-    default: Fail(std::string("unknown escape '\\") + kind + "'");
+    case '"':
+      text += '"';
+      return;
+    case '\\':
+      text += '\\';
+      return;
+    case '/':
+      text += '/';
+      return;
+    case 'b':
+      text += '\b';
+      return;
+    case 'f':
+      text += '\f';
+      return;
+    case 'n':
+      text += '\n';
+      return;
+    case 'r':
+      text += '\r';
+      return;
+    case 't':
+      text += '\t';
+      return;
+    case 'u':
+      AppendUtf8(text, ReadCodePoint());
+      return;
+    default:
+      Fail(std::string("unknown escape '\\") + kind + "'");
     }
   }
 

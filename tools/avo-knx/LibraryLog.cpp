@@ -57,20 +57,28 @@ private:
 
 std::string LevelName(log4cplus::LogLevel level) {
   switch (level) {
-  case log4cplus::TRACE_LOG_LEVEL: return "TRACE";
-  case log4cplus::DEBUG_LOG_LEVEL: return "DEBUG";
-  case log4cplus::INFO_LOG_LEVEL: return "INFO";
-  case log4cplus::WARN_LOG_LEVEL: return "WARN";
-  case log4cplus::ERROR_LOG_LEVEL: return "ERROR";
-  case log4cplus::FATAL_LOG_LEVEL: return "FATAL";
-  default: return std::to_string(level);
+  case log4cplus::TRACE_LOG_LEVEL:
+    return "TRACE";
+  case log4cplus::DEBUG_LOG_LEVEL:
+    return "DEBUG";
+  case log4cplus::INFO_LOG_LEVEL:
+    return "INFO";
+  case log4cplus::WARN_LOG_LEVEL:
+    return "WARN";
+  case log4cplus::ERROR_LOG_LEVEL:
+    return "ERROR";
+  case log4cplus::FATAL_LOG_LEVEL:
+    return "FATAL";
+  default:
+    return std::to_string(level);
   }
 }
 
 log4cplus::LogLevel ParseLevel(const std::string& text) {
   std::string name = text;
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](unsigned char character) { return static_cast<char>(std::toupper(character)); });
+  std::transform(name.begin(), name.end(), name.begin(), [](unsigned char character) {
+    return static_cast<char>(std::toupper(character));
+  });
   static const std::pair<const char*, log4cplus::LogLevel> kLevels[] = {
       {"TRACE", log4cplus::TRACE_LOG_LEVEL}, {"DEBUG", log4cplus::DEBUG_LOG_LEVEL},
       {"INFO", log4cplus::INFO_LOG_LEVEL},   {"WARN", log4cplus::WARN_LOG_LEVEL},
@@ -81,7 +89,8 @@ log4cplus::LogLevel ParseLevel(const std::string& text) {
       return level.second;
     }
   }
-  throw UsageError("log level '" + text + "' is not one of TRACE, DEBUG, INFO, WARN, ERROR, FATAL, OFF");
+  throw UsageError("log level '" + text +
+                   "' is not one of TRACE, DEBUG, INFO, WARN, ERROR, FATAL, OFF");
 }
 
 std::string LinesAsJson(const std::vector<LibraryLogLine>& lines) {

@@ -43,7 +43,8 @@ const LibraryLogLine* FirstProblem(const std::vector<LibraryLogLine>& lines);
 /// collector is added beside it; the level, when given, still applies.
 class LibraryLog {
 public:
-  LibraryLog(std::optional<log4cplus::LogLevel> level, const std::optional<std::string>& configFile);
+  LibraryLog(std::optional<log4cplus::LogLevel> level,
+             const std::optional<std::string>& configFile);
   ~LibraryLog();
   LibraryLog(const LibraryLog&) = delete;
   LibraryLog& operator=(const LibraryLog&) = delete;

@@ -40,9 +40,12 @@ ParameterType ParseParameterType(const std::string& text) {
 
 const char* ParameterTypeName(ParameterType type) {
   switch (type) {
-  case ParameterType::Ip: return "ip";
-  case ParameterType::Number: return "number";
-  case ParameterType::Text: return "text";
+  case ParameterType::Ip:
+    return "ip";
+  case ParameterType::Number:
+    return "number";
+  case ParameterType::Text:
+    return "text";
   }
   return "";
 }
@@ -174,9 +177,9 @@ void DescribeParameter(ObjModelId id, LogicalDeviceId ld, std::vector<Meaning>& 
   // Channels are even and values odd; the parameter functions accept both.
   const bool isValue = id % 2 == 1;
   meanings.push_back({isValue ? "parameter-value" : "parameter-channel",
-                      std::string(isValue ? "value" : "channel") + " of " + ParameterTypeName(*type) +
-                          " parameter " + std::to_string(*number) + " of logical device " +
-                          std::to_string(ld)});
+                      std::string(isValue ? "value" : "channel") + " of " +
+                          ParameterTypeName(*type) + " parameter " + std::to_string(*number) +
+                          " of logical device " + std::to_string(ld)});
 }
 
 void DescribeInLogicalDevice(ObjModelId id, LogicalDeviceId ld, std::vector<Meaning>& meanings) {
@@ -194,7 +197,8 @@ void DescribeInLogicalDevice(ObjModelId id, LogicalDeviceId ld, std::vector<Mean
       {KnxKelMapping::IsAppHostAppControlAppDebug, "app debug"}};
   for (const auto& object : appControl) {
     if (object.first(id, ld)) {
-      meanings.push_back({"app-control-object", std::string("app-control ") + object.second + ofLd});
+      meanings.push_back(
+          {"app-control-object", std::string("app-control ") + object.second + ofLd});
     }
   }
   if (KnxKelMapping::IsCoChannel(id)) {
@@ -223,8 +227,9 @@ int Describe(Context& context, const std::vector<std::string>& words) {
   if (const auto ld = KnxKelMapping::GetLogicalDeviceIdFromObject(id)) {
     DescribeInLogicalDevice(id, *ld, meanings);
   } else if (KnxKelMapping::IsAnyLogicalKnxDeviceId(id)) {
-    meanings.push_back({"beyond-logical-devices",
-                        "counts as a logical KNX device ID but lies beyond logical devices 1 and 2"});
+    meanings.push_back(
+        {"beyond-logical-devices",
+         "counts as a logical KNX device ID but lies beyond logical devices 1 and 2"});
   }
   if (context.json) {
     std::string list = "[";
@@ -232,8 +237,12 @@ int Describe(Context& context, const std::vector<std::string>& words) {
       list += (list.size() > 1 ? "," : "") +
               JsonObject().String("kind", meaning.kind).String("text", meaning.text).Text();
     }
-    context.out << JsonObject().String("command", "objid").String("kind", "describe").Number("id", id)
-                       .Raw("denotes", list + "]").Text()
+    context.out << JsonObject()
+                       .String("command", "objid")
+                       .String("kind", "describe")
+                       .Number("id", id)
+                       .Raw("denotes", list + "]")
+                       .Text()
                 << '\n';
   } else if (meanings.empty()) {
     context.out << id << ": nothing known\n";
@@ -272,7 +281,10 @@ int RunObjId(Context& context) {
 } // namespace
 
 const Command& ObjIdCommand() {
-  static const Command command{"objid", "object-model identifiers: compute and explain", {}, RunObjId,
+  static const Command command{"objid",
+                               "object-model identifiers: compute and explain",
+                               {},
+                               RunObjId,
                                R"(usage: avo-knx objid co CO LD
        avo-knx objid param TYPE N LD
        avo-knx objid app-control LD

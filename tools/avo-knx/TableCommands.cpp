@@ -73,7 +73,8 @@ int RunTypes(Context& context) {
                 << Column("DEFAULT", 22) << "TEXT FORM\n";
   }
   for (const auto& row : Avo::KnxKelMapping::GetDptMainTypes()) {
-    const std::string defaultText = Avo::KnxKelMapping::GetDefaultValueFromDpt(row.mainNumber << 16, false);
+    const std::string defaultText =
+        Avo::KnxKelMapping::GetDefaultValueFromDpt(row.mainNumber << 16, false);
     VELVALUE defaultValue;
     defaultValue.Deserialize(defaultText);
     const std::string defaultSyntax = FormatValue(defaultValue);
@@ -105,7 +106,10 @@ int RunTypes(Context& context) {
 } // namespace
 
 const Command& DptsCommand() {
-  static const Command command{"dpts", "the DPT catalogue: value types, converters, ranges", {}, RunDpts,
+  static const Command command{"dpts",
+                               "the DPT catalogue: value types, converters, ranges",
+                               {},
+                               RunDpts,
                                R"(usage: avo-knx dpts
 
 Lists the DPT catalogue that Avo::KnxValueConverter fills in Init, by DPT:
@@ -121,7 +125,10 @@ example:
 }
 
 const Command& TypesCommand() {
-  static const Command command{"types", "the DPT main-type table with default values", {}, RunTypes,
+  static const Command command{"types",
+                               "the DPT main-type table with default values",
+                               {},
+                               RunTypes,
                                R"(usage: avo-knx types
 
 Lists the main-type table of Avo::KnxKelMapping: for every DPT main number it

@@ -15,7 +15,18 @@
 namespace AvoKnx {
 namespace {
 
-enum class Syntax { NoValue, Bool, Float, Signed, Unsigned, Bytes, String, Date, TimeOfDay, DateTime };
+enum class Syntax {
+  NoValue,
+  Bool,
+  Float,
+  Signed,
+  Unsigned,
+  Bytes,
+  String,
+  Date,
+  TimeOfDay,
+  DateTime
+};
 
 // How each value type is written, and the range of its number.
 struct TypeSyntax {
@@ -66,20 +77,24 @@ const TypeSyntax* FindTypeSyntax(VelValueType type) {
 }
 
 // Weekday names in the order of the VELTIME weekday mask bits (Monday = 1).
-constexpr std::array<const char*, 7> kWeekdayNames = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+constexpr std::array<const char*, 7> kWeekdayNames = {"Mon", "Tue", "Wed", "Thu",
+                                                      "Fri", "Sat", "Sun"};
 
-[[noreturn]] void ThrowBadValue(const std::string& text, VelValueType type, const std::string& expected) {
+[[noreturn]] void ThrowBadValue(const std::string& text, VelValueType type,
+                                const std::string& expected) {
   throw UsageError("value '" + text + "' does not read as value type " + DescribeValueType(type) +
                    ": expected " + expected);
 }
 
-[[noreturn]] void ThrowOutOfRange(const std::string& text, VelValueType type, const std::string& range) {
-  throw UsageError("value '" + text + "' is outside the range of value type " + DescribeValueType(type) +
-                   ": " + range);
+[[noreturn]] void ThrowOutOfRange(const std::string& text, VelValueType type,
+                                  const std::string& range) {
+  throw UsageError("value '" + text + "' is outside the range of value type " +
+                   DescribeValueType(type) + ": " + range);
 }
 
 // A run of exactly `count` decimal digits at text[position].
-bool ReadDigits(const std::string& text, std::size_t position, std::size_t count, unsigned& number) {
+bool ReadDigits(const std::string& text, std::size_t position, std::size_t count,
+                unsigned& number) {
   if (position + count > text.size()) {
     return false;
   }
@@ -149,8 +164,9 @@ VELVALUE ParseDate(const std::string& text, VelValueType type) {
   }
   CheckDate(text, type, date);
   VELVALUE value(type);
-  value.tmVal.SetDate(static_cast<unsigned short>(date.year), static_cast<unsigned char>(date.month),
-                      static_cast<unsigned char>(date.day), true);
+  value.tmVal.SetDate(static_cast<unsigned short>(date.year),
+                      static_cast<unsigned char>(date.month), static_cast<unsigned char>(date.day),
+                      true);
   return value;
 }
 
@@ -176,16 +192,17 @@ VELVALUE ParseTimeOfDay(const std::string& text, VelValueType type) {
 VELVALUE ParseDateTime(const std::string& text, VelValueType type) {
   DateFields date;
   ClockFields clock;
-  if (text.size() != 19 || !ReadDate(text, 0, date) || text[10] != 'T' || !ReadClock(text, 11, clock)) {
+  if (text.size() != 19 || !ReadDate(text, 0, date) || text[10] != 'T' ||
+      !ReadClock(text, 11, clock)) {
     ThrowBadValue(text, type, "a date and time YYYY-MM-DDTHH:MM:SS");
   }
   CheckDate(text, type, date);
   CheckClock(text, type, clock);
   VELVALUE value(type);
-  value.tmVal.SetDateTime(static_cast<unsigned short>(date.year), static_cast<unsigned char>(date.month),
-                          static_cast<unsigned char>(date.day), static_cast<unsigned char>(clock.hour),
-                          static_cast<unsigned char>(clock.minute),
-                          static_cast<unsigned char>(clock.second), true);
+  value.tmVal.SetDateTime(
+      static_cast<unsigned short>(date.year), static_cast<unsigned char>(date.month),
+      static_cast<unsigned char>(date.day), static_cast<unsigned char>(clock.hour),
+      static_cast<unsigned char>(clock.minute), static_cast<unsigned char>(clock.second), true);
   return value;
 }
 
@@ -211,7 +228,8 @@ VELVALUE ParseInteger(const std::string& text, const TypeSyntax& syntax) {
     if (syntax.syntax == Syntax::Bool) {
       ThrowBadValue(text, syntax.type, "0 or 1");
     }
-    ThrowOutOfRange(text, syntax.type, std::to_string(syntax.minimum) + ".." + std::to_string(syntax.maximum));
+    ThrowOutOfRange(text, syntax.type,
+                    std::to_string(syntax.minimum) + ".." + std::to_string(syntax.maximum));
   }
   VELVALUE value(syntax.type);
   if (isSigned) {
@@ -241,7 +259,8 @@ VELVALUE ParseFloat(const std::string& text, VelValueType type) {
     ThrowBadValue(text, type, "a decimal number (e.g. 21.5, -4e-3, nan, inf)");
   }
   if (outOfRange) {
-    ThrowOutOfRange(text, type, "a double holds magnitudes up to 1.7976931348623157e+308, down to 5e-324");
+    ThrowOutOfRange(text, type,
+                    "a double holds magnitudes up to 1.7976931348623157e+308, down to 5e-324");
   }
   VELVALUE value(type);
   value.dblVal = number;
@@ -285,12 +304,15 @@ std::string FormatTimeOfDay(const VELTIME& time) {
 VELVALUE ParseValue(const std::string& text, VelValueType type) {
   const TypeSyntax* syntax = FindTypeSyntax(type);
   if (syntax == nullptr) {
-    throw UsageError("value type " + std::to_string(static_cast<int>(type)) + " has no value syntax");
+    throw UsageError("value type " + std::to_string(static_cast<int>(type)) +
+                     " has no value syntax");
   }
   switch (syntax->syntax) {
   case Syntax::NoValue:
     if (text != "null") {
-      ThrowBadValue(text, type, "null, as a record of this type holds no value (--type N picks another value type)");
+      ThrowBadValue(
+          text, type,
+          "null, as a record of this type holds no value (--type N picks another value type)");
     }
     return VELVALUE(type);
   case Syntax::Bool:
@@ -396,22 +418,25 @@ VelValueType InferValueType(const std::string& text) {
   }
   std::int64_t integer = 0;
   bool outOfRange = false;
-  if (ReadInteger(text, integer, outOfRange) && !outOfRange && integer >= kInt32Min && integer <= kUInt32Max) {
+  if (ReadInteger(text, integer, outOfRange) && !outOfRange && integer >= kInt32Min &&
+      integer <= kUInt32Max) {
     return integer <= kInt32Max ? ivtInteger : ivtDWord;
   }
   double number = 0.0;
   if (ReadDouble(text, number, outOfRange)) {
     return ivtFloat;
   }
-  throw UsageError("value '" + text +
-                   "' has no recognisable type: write a number, a JSON string, a date, a time of day, "
-                   "a date and time or null, or give --type N");
+  throw UsageError(
+      "value '" + text +
+      "' has no recognisable type: write a number, a JSON string, a date, a time of day, "
+      "a date and time or null, or give --type N");
 }
 
 VelValueType ParseValueType(const std::string& text) {
   std::int64_t number = 0;
   bool outOfRange = false;
-  if (ReadInteger(text, number, outOfRange) && !outOfRange && number >= kInt32Min && number <= kInt32Max) {
+  if (ReadInteger(text, number, outOfRange) && !outOfRange && number >= kInt32Min &&
+      number <= kInt32Max) {
     const auto type = static_cast<VelValueType>(number);
     if (FindTypeSyntax(type) != nullptr) {
       return type;

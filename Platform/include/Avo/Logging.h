@@ -83,11 +83,12 @@ public:
 
 namespace detail {
 /// Sends one line that is known to be enabled for the level.
-AVO_PLATFORM_EXPORT void Emit(const log4cplus::Logger& logger, log4cplus::LogLevel level, const char* function,
-          const char* file, int line, const std::string& text);
+AVO_PLATFORM_EXPORT void Emit(const log4cplus::Logger& logger, log4cplus::LogLevel level,
+                              const char* function, const char* file, int line,
+                              const std::string& text);
 /// Logs the FATAL line of a failed assertion and throws AssertionFailed.
-[[noreturn]] AVO_PLATFORM_EXPORT void FailAssertion(const char* expression, const char* function, const char* file,
-                                int line);
+[[noreturn]] AVO_PLATFORM_EXPORT void FailAssertion(const char* expression, const char* function,
+                                                    const char* file, int line);
 
 /// Writes one line that is known to be enabled for its level: the logging
 /// statement streams the text into Stream() and then calls Send(). Streams
@@ -126,14 +127,14 @@ private:
 /// Logs the streamed expression at the given log4cplus level. The level is
 /// tested first, so a line below the logger's level costs no formatting. A
 /// streamed value that throws leaves the statement without a line.
-#define AVO_LOG(level, streamed)                                                         \
-  do {                                                                                   \
-    const log4cplus::Logger& avoLogger_ = ::Avo::GetGlobalDefaultLogger();               \
-    if (avoLogger_.isEnabledFor(level)) {                                                \
-      ::Avo::detail::LineWriter avoLine_(avoLogger_, level, __func__, __FILE__, __LINE__); \
-      avoLine_.Stream() << streamed; /* NOLINT(bugprone-macro-parentheses): a << chain */ \
-      avoLine_.Send();                                                                   \
-    }                                                                                    \
+#define AVO_LOG(level, streamed)                                                                   \
+  do {                                                                                             \
+    const log4cplus::Logger& avoLogger_ = ::Avo::GetGlobalDefaultLogger();                         \
+    if (avoLogger_.isEnabledFor(level)) {                                                          \
+      ::Avo::detail::LineWriter avoLine_(avoLogger_, level, __func__, __FILE__, __LINE__);         \
+      avoLine_.Stream() << streamed; /* NOLINT(bugprone-macro-parentheses): a << chain */          \
+      avoLine_.Send();                                                                             \
+    }                                                                                              \
   } while (false)
 
 /// AVO_LOG at TRACE level.
@@ -151,6 +152,6 @@ private:
 
 /// Checks a condition that only a programming error can break: logs
 /// "AVO_ASSERT2(<expr>) failed" at FATAL level and throws Avo::AssertionFailed.
-#define AVO_ASSERT2(expr)                                                                \
-  ((expr) ? static_cast<void>(0)                                                         \
+#define AVO_ASSERT2(expr)                                                                          \
+  ((expr) ? static_cast<void>(0)                                                                   \
           : ::Avo::detail::FailAssertion(#expr, __func__, __FILE__, __LINE__))

@@ -111,20 +111,20 @@ public:
   void SetRawData(const BinaryData& data);
 
   // Setters. The bit-field setters keep the low bits of their argument.
-  void SetAsBoolean(bool value);                ///< 1 bit
-  void SetAsUnsigned2(unsigned char value);     ///< 2 bits
-  void SetAsUnsigned4(unsigned char value);     ///< 4 bits
-  void SetAsUnsigned8(unsigned char value);     ///< 8 bits
-  void SetAsSigned8(signed char value);         ///< 8 bits
-  void SetAsChar(char value);                   ///< 8 bits
-  void SetAsUnsigned16(std::uint16_t value);    ///< 16 bits
-  void SetAsSigned16(std::int16_t value);       ///< 16 bits
-  void SetAsUnsigned32(std::uint32_t value);    ///< 32 bits
-  void SetAsSigned32(std::int32_t value);       ///< 32 bits
+  void SetAsBoolean(bool value);             ///< 1 bit
+  void SetAsUnsigned2(unsigned char value);  ///< 2 bits
+  void SetAsUnsigned4(unsigned char value);  ///< 4 bits
+  void SetAsUnsigned8(unsigned char value);  ///< 8 bits
+  void SetAsSigned8(signed char value);      ///< 8 bits
+  void SetAsChar(char value);                ///< 8 bits
+  void SetAsUnsigned16(std::uint16_t value); ///< 16 bits
+  void SetAsSigned16(std::int16_t value);    ///< 16 bits
+  void SetAsUnsigned32(std::uint32_t value); ///< 32 bits
+  void SetAsSigned32(std::int32_t value);    ///< 32 bits
   /// KNX 2-byte float, 16 bits. Never throws: NaN and 32767.0 give the
   /// invalid-data code 0x7FFF; finite values beyond the range saturate.
   void SetAsFloat16(double value);
-  void SetAsFloat32(float value);               ///< IEEE 754 single, 32 bits
+  void SetAsFloat32(float value); ///< IEEE 754 single, 32 bits
   /// Date, 24 bits; raises GroupValueException outside year 1990..2089,
   /// month 1..12, day 1..31.
   void SetAsDate(int day, int month, int year);
@@ -136,19 +136,19 @@ public:
 
   // Getters; each raises GroupValueException when the value holds fewer
   // bytes than its encoding needs.
-  bool GetAsBoolean() const;                 ///< 1 bit
-  unsigned char GetAsUnsigned2() const;      ///< 2 bits
-  unsigned char GetAsUnsigned3() const;      ///< 3 bits
-  unsigned char GetAsUnsigned4() const;      ///< 4 bits
-  unsigned char GetAsUnsigned8() const;      ///< 8 bits
-  signed char GetAsSigned8() const;          ///< 8 bits
-  std::uint16_t GetAsUnsigned16() const;     ///< 16 bits
-  std::int16_t GetAsSigned16() const;        ///< 16 bits
-  std::uint32_t GetAsUnsigned32() const;     ///< 32 bits
-  std::int32_t GetAsSigned32() const;        ///< 32 bits
+  bool GetAsBoolean() const;             ///< 1 bit
+  unsigned char GetAsUnsigned2() const;  ///< 2 bits
+  unsigned char GetAsUnsigned3() const;  ///< 3 bits
+  unsigned char GetAsUnsigned4() const;  ///< 4 bits
+  unsigned char GetAsUnsigned8() const;  ///< 8 bits
+  signed char GetAsSigned8() const;      ///< 8 bits
+  std::uint16_t GetAsUnsigned16() const; ///< 16 bits
+  std::int16_t GetAsSigned16() const;    ///< 16 bits
+  std::uint32_t GetAsUnsigned32() const; ///< 32 bits
+  std::int32_t GetAsSigned32() const;    ///< 32 bits
   /// 0x7FFF gives 32767.0.
   double GetAsFloat16() const;
-  float GetAsFloat32() const;               ///< IEEE 754 single, 32 bits
+  float GetAsFloat32() const; ///< IEEE 754 single, 32 bits
   /// Day, month and the full year (two-digit years 90..99 are 19xx, 0..89
   /// 20xx); a null pointer skips its field.
   void GetAsDate(int* day, int* month, int* year) const;

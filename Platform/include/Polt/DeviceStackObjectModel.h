@@ -30,7 +30,7 @@ public:
 
   /// One object of the object model.
   struct Object {
-    std::string value; ///< value text
+    std::string value;      ///< value text
     std::string urn;        ///< the object's URN
     PropertyMap properties; ///< properties set on the object
   };

@@ -99,7 +99,7 @@ struct GetValueRequest {
 struct SetValueRequest {
   std::uint32_t objectId = 0; ///< the object
   bool flag = false;          ///< passed through from the caller
-  std::string value; ///< value text
+  std::string value;          ///< value text
 };
 /// Body of IDeviceStackClient::Request.
 struct FreeFormRequest {

@@ -77,8 +77,8 @@ public:
   /// Switches the internal value format on or off.
   virtual void SetInternalValueFormat(bool enabled) = 0;
   /// Sets properties of an object synchronously.
-  virtual bool SetConfiguration(unsigned long id, const std::map<PropertyType, Property>& properties,
-                                bool flag) = 0;
+  virtual bool SetConfiguration(unsigned long id,
+                                const std::map<PropertyType, Property>& properties, bool flag) = 0;
   /// Reads the device configuration text.
   virtual bool GetDeviceConfig(std::string& config, bool flag) = 0;
   /// Writes device configuration entries.

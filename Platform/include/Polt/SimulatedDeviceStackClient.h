@@ -48,11 +48,11 @@ struct SimulatedDeviceStackOptions {
   /// The delay of every answer is drawn uniformly from [minDelay, maxDelay].
   std::chrono::microseconds minDelay{0};
   std::chrono::microseconds maxDelay{0}; ///< see minDelay
-  double emptyRequestIdRate = 0.0; ///< rate of requests refused with an empty identifier
-  double dropRate = 0.0;           ///< rate of answers lost
-  double duplicateRate = 0.0;      ///< rate of answers delivered twice
-  double errorRate = 0.0;          ///< rate of requests refused with an error
-  double earlyAnswerRate = 0.0;    ///< rate of answers begun before the request returns
+  double emptyRequestIdRate = 0.0;       ///< rate of requests refused with an empty identifier
+  double dropRate = 0.0;                 ///< rate of answers lost
+  double duplicateRate = 0.0;            ///< rate of answers delivered twice
+  double errorRate = 0.0;                ///< rate of requests refused with an error
+  double earlyAnswerRate = 0.0;          ///< rate of answers begun before the request returns
   /// Code and message of the errors drawn by errorRate.
   int errorCode = 1;
   std::string errorMessage = "Simulated error"; ///< see errorCode
@@ -62,15 +62,15 @@ struct SimulatedDeviceStackOptions {
 
 /// What the simulated device stack has done since its construction.
 struct SimulatedDeviceStackCounters {
-  std::uint64_t requests = 0;            ///< asynchronous requests received
-  std::uint64_t emptyRequestIds = 0;     ///< requests refused with an empty identifier
-  std::uint64_t droppedAnswers = 0;      ///< answers lost on purpose
-  std::uint64_t duplicatedAnswers = 0;   ///< answers sent a second time
-  std::uint64_t errorAnswers = 0;        ///< answers that carry an error (any cause)
-  std::uint64_t earlyAnswers = 0;        ///< answers begun before their request call returned
-  std::uint64_t deliveredAnswers = 0;    ///< handler calls made
+  std::uint64_t requests = 0;              ///< asynchronous requests received
+  std::uint64_t emptyRequestIds = 0;       ///< requests refused with an empty identifier
+  std::uint64_t droppedAnswers = 0;        ///< answers lost on purpose
+  std::uint64_t duplicatedAnswers = 0;     ///< answers sent a second time
+  std::uint64_t errorAnswers = 0;          ///< answers that carry an error (any cause)
+  std::uint64_t earlyAnswers = 0;          ///< answers begun before their request call returned
+  std::uint64_t deliveredAnswers = 0;      ///< handler calls made
   std::uint64_t answersWithoutHandler = 0; ///< answers discarded because no handler was set
-  std::uint64_t handlerExceptions = 0;   ///< handler calls that ended with an exception
+  std::uint64_t handlerExceptions = 0;     ///< handler calls that ended with an exception
 };
 
 /// A device stack in memory, answering through IDeviceStackClient.

@@ -33,15 +33,17 @@ struct SocketDeviceStackClientOptions {
 
 /// What a SocketDeviceStackClient has done since its construction.
 struct SocketDeviceStackClientCounters {
-  std::uint64_t connections = 0;        ///< connections made (the first one and every reconnection)
-  std::uint64_t connectionsLost = 0;    ///< connections that ended (service gone, bad data, failed write)
-  std::uint64_t sentRequests = 0;       ///< requests written to the service
-  std::uint64_t unsentRequests = 0;     ///< requests refused because no connection could take them
-  std::uint64_t deliveredAnswers = 0;   ///< handler calls made
+  std::uint64_t connections = 0; ///< connections made (the first one and every reconnection)
+  std::uint64_t connectionsLost =
+      0;                          ///< connections that ended (service gone, bad data, failed write)
+  std::uint64_t sentRequests = 0; ///< requests written to the service
+  std::uint64_t unsentRequests = 0;   ///< requests refused because no connection could take them
+  std::uint64_t deliveredAnswers = 0; ///< handler calls made
   std::uint64_t answersWithoutHandler = 0; ///< answers discarded because no handler was set
-  std::uint64_t unexpectedAnswers = 0;  ///< answers of synchronous requests whose caller had gone
-  std::uint64_t handlerExceptions = 0;  ///< handler calls that ended with an exception
-  std::uint64_t malformedFrames = 0;    ///< unreadable data from the service (the connection is dropped)
+  std::uint64_t unexpectedAnswers = 0; ///< answers of synchronous requests whose caller had gone
+  std::uint64_t handlerExceptions = 0; ///< handler calls that ended with an exception
+  std::uint64_t malformedFrames =
+      0; ///< unreadable data from the service (the connection is dropped)
 };
 
 /// IDeviceStackClient over the device stack service's Unix socket.
