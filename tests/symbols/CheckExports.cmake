@@ -86,7 +86,10 @@ foreach(symbol IN LISTS symbols)
     set(is_data TRUE)
   endif()
   string(REGEX REPLACE "${thunk_prefix}" "" name "${name}")
-  # A function template's name starts with its return type.
+  # A function template's name starts with its return type; a library
+  # template's may be a decltype of its own arguments (std::__miter_base).
+  string(REGEX REPLACE "^decltype \\(.*\\) (std|boost|__gnu_cxx)::" "\\1::" name "${name}")
+  # Otherwise a plain return type comes first.
   string(REGEX REPLACE
          "^(unsigned |signed )?(void|bool|char|short|int|long long|long|float|double|unsigned)( const)?[&*]* "
          "" name "${name}")
