@@ -211,6 +211,7 @@ protected:
   KnxConverter& operator=(const KnxConverter&) = default;
   /// Moves for the derived classes only (a converter holds no resources).
   KnxConverter(KnxConverter&&) = default;
+  /// Move assignment for the derived classes only.
   KnxConverter& operator=(KnxConverter&&) = default;
 };
 
