@@ -3,59 +3,31 @@
 
 #include "ServiceProcess.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 
+#include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <string>
-#include <vector>
 
 namespace {
 
-struct ToolRun {
-  int status = -1;
+// Runs avo-knx (through the emulator of a cross build) with the arguments,
+// which hold no blanks: its standard output and "exit <status>".
+std::string RunAvoKnx(const std::string& arguments) {
+  const std::string command =
+      std::string(AVO_KNX_EMULATOR) + " " AVO_KNX_PATH " " + arguments + " 2>/dev/null";
   std::string out;
-};
-
-// Runs avo-knx (through the emulator of a cross build, found on the PATH) with its standard
-// output in a file of the service's directory.
-ToolRun RunAvoKnx(const std::string& directory, std::vector<std::string> args) {
-  const std::string outPath = directory + "/avo-knx.out";
-  std::vector<std::string> command;
-  if (!std::string(AVO_KNX_EMULATOR).empty()) {
-    command.emplace_back(AVO_KNX_EMULATOR);
+  FILE* const pipe = popen(command.c_str(), "r");
+  char buffer[256];
+  for (std::size_t size = 0;
+       pipe != nullptr && (size = fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
+    out.append(buffer, size);
   }
-  command.emplace_back(AVO_KNX_PATH);
-  command.insert(command.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  argv.reserve(command.size() + 1);
-  for (std::string& word : command) {
-    argv.push_back(word.data());
-  }
-  argv.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                   0600);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  ToolRun run;
-  pid_t pid = -1;
-  if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
-    int status = 0;
-    if (waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
-      run.status = WEXITSTATUS(status);
-    }
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  std::ostringstream out;
-  out << std::ifstream(outPath).rdbuf();
-  run.out = out.str();
-  return run;
+  const int status = pipe != nullptr ? pclose(pipe) : -1;
+  return out + "exit " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1);
 }
 
 TEST(AvoKnxConnect, DocketsOfTheServicesAnswers) {
@@ -65,20 +37,17 @@ TEST(AvoKnxConnect, DocketsOfTheServicesAnswers) {
   service.AddArguments({"--seed", seed});
   service.Start();
 
-  const ToolRun run =
-      RunAvoKnx(service.Directory(), {"devicestack", "--connect", service.SocketPath(), "get",
-                                      "200133", "set", "200133", "22.5", "get", "7"});
-  EXPECT_EQ(run.status, 1); // get 7 is refused
-  EXPECT_EQ(run.out,
+  const std::string connect = "devicestack --connect " + service.SocketPath();
+  EXPECT_EQ(RunAvoKnx(connect + " get 200133 set 200133 22.5 get 7"),
             "get 200133: answered, valid, reply \"3:21.5\" (21.5)\n"
             "set 200133 22.5: answered, valid, reply \"3:22.5\" (22.5)\n"
-            "get 7: answered, invalid, reply \"\", delivery error \"Object 7 does not exist\"\n");
+            "get 7: answered, invalid, reply \"\", delivery error \"Object 7 does not exist\"\n"
+            "exit 1"); // get 7 is refused
 
   // The service kept the value for the next run.
-  const ToolRun again = RunAvoKnx(service.Directory(), {"devicestack", "--json", "--connect",
-                                                        service.SocketPath(), "get", "200133"});
-  EXPECT_EQ(again.status, 0);
-  EXPECT_NE(again.out.find("\"reply\":\"3:22.5\""), std::string::npos) << again.out;
+  const std::string again = RunAvoKnx(connect + " --json get 200133");
+  EXPECT_THAT(again, testing::HasSubstr("\"reply\":\"3:22.5\""));
+  EXPECT_THAT(again, testing::EndsWith("exit 0"));
 }
 
 } // namespace
