@@ -3,7 +3,7 @@
 //   avo_knx_batch_checker SEED COUNT INPUT
 //       writes COUNT batch lines drawn from SEED: random conversions on every
 //       catalogue family, bridge-only and unknown DPTs, and a few malformed lines
-//   avo_knx_batch_checker SEED COUNT INPUT LINES OBJECTS
+//   avo_knx_batch_checker SEED COUNT LINES OBJECTS
 //       draws the same lines again, runs each conversion through the library
 //       and compares its result with the tool's result line (LINES, from
 //       `batch`) and JSON object (OBJECTS, from `batch --json`)
@@ -435,9 +435,9 @@ int Run(const std::vector<std::string>& args) {
   catalogue.Init();
   Drawer drawer(static_cast<unsigned>(std::stoul(args.at(0))));
   const unsigned long count = std::stoul(args.at(1));
-  const bool verify = args.size() == 5;
+  const bool verify = args.size() == 4;
   std::ofstream input(verify ? "" : args.at(2));
-  std::ifstream lines(verify ? args[3] : ""), objects(verify ? args[4] : "");
+  std::ifstream lines(verify ? args[2] : ""), objects(verify ? args[3] : "");
   unsigned failures = 0;
   std::string line, object;
   for (unsigned long i = 1; i <= count; ++i) {
@@ -460,7 +460,8 @@ int Run(const std::vector<std::string>& args) {
   if (std::getline(lines, line) || std::getline(objects, object)) {
     throw std::runtime_error("an output has more lines than the input");
   }
-  std::cout << count << " lines, " << failures << " differ from the library's results\n";
+  std::cout << count << (verify ? " lines checked, " : " lines written, ") << failures
+            << " differ from the library's results\n";
   return failures == 0 && (verify || input) ? 0 : 1;
 }
 

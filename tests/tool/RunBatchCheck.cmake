@@ -29,7 +29,7 @@ foreach(output lines objects)
     message(FATAL_ERROR "avo-knx batch ${json} ended with status ${status}, expected 1\n${err}")
   endif()
 endforeach()
-execute_process(COMMAND ${checker} ${SEED} ${COUNT} ${input} ${WORK_DIR}/batch.lines
+execute_process(COMMAND ${checker} ${SEED} ${COUNT} ${WORK_DIR}/batch.lines
   ${WORK_DIR}/batch.objects RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "the batch output differs from the library's results (see above)")
