@@ -9,6 +9,7 @@
 
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 
 namespace {
 
@@ -98,12 +99,8 @@ TEST(DeviceStackProtocol, EveryRequestKindRoundTripsAndEveryTruncationIsAnError)
 }
 
 TEST(DeviceStackProtocol, AnswersCarryThePayloadOfTheirKind) {
-  struct Case {
-    MessageKind kind;
-    bool value; // objectId and urn travel
-    bool text;
-  };
-  const Case cases[] = {
+  // The kind; whether objectId and urn travel; whether the text travels.
+  const std::tuple<MessageKind, bool, bool> cases[] = {
       {MessageKind::GetValue, true, true},
       {MessageKind::SetValue, true, true},
       {MessageKind::Request, false, true},
@@ -121,15 +118,15 @@ TEST(DeviceStackProtocol, AnswersCarryThePayloadOfTheirKind) {
     return std::tie(a.kind, a.requestId, a.error.code, a.error.description, a.error.details,
                     a.error.message, a.objectId, a.urn, a.text);
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(KindName(c.kind));
-    const std::int32_t code = c.kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0;
-    const Answer answer{c.kind, 42, {code, "d", "e", "m"}, 5, "urn:x", "t"};
+  for (const auto& [kind, value, text] : cases) {
+    SCOPED_TRACE(KindName(kind));
+    const std::int32_t code = kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0;
+    const Answer answer{kind, 42, {code, "d", "e", "m"}, 5, "urn:x", "t"};
     const Bytes frame = Frame(EncodeAnswer(answer));
     const Decoded<Answer> decoded = DecodeAnswer(frame.data(), frame.size());
     ASSERT_TRUE(decoded) << decoded.Error().message;
-    const Answer expected{
-        c.kind, 42, answer.error, c.value ? 5U : 0U, c.value ? "urn:x" : "", c.text ? "t" : ""};
+    const Answer expected{kind,           42, answer.error, value ? 5U : 0U, value ? "urn:x" : "",
+                          text ? "t" : ""};
     EXPECT_EQ(fields(decoded.Value()), fields(expected));
     ExpectEveryTruncationFails(frame, DecodeAnswer);
   }
@@ -197,21 +194,14 @@ TEST(DeviceStackProtocol, AnswerDecodingRefusesRequestsAndUnknownKindsWithoutErr
   const Decoded<Answer> fromRequest = DecodeAnswer(request.data(), request.size());
   ASSERT_FALSE(fromRequest);
   EXPECT_EQ(fromRequest.Error().message, "an answer frame lacks the answer flag");
-
-  Answer unknown;
-  unknown.kind = static_cast<MessageKind>(99);
-  const Bytes frame = Frame(EncodeAnswer(unknown));
-  const Decoded<Answer> decoded = DecodeAnswer(frame.data(), frame.size());
+  const Bytes unknown = Frame(EncodeAnswer({static_cast<MessageKind>(99), 1, {}, 0, "", ""}));
+  const Decoded<Answer> decoded = DecodeAnswer(unknown.data(), unknown.size());
   ASSERT_FALSE(decoded);
   EXPECT_EQ(decoded.Error().code, ErrorCode::UnknownKind);
 }
 
-TEST(DeviceStackProtocol, LengthPrefixIsBoundedOnBothSides) {
-  struct Case {
-    Bytes prefix;
-    std::int32_t code; // 0: accepted
-  };
-  const Case cases[] = {
+TEST(DeviceStackProtocol, FrameSizeIsBoundedOnBothSides) {
+  const std::pair<Bytes, std::int32_t> prefixes[] = {
       {{0x00, 0x10, 0x00, 0x00}, 0},                        // exactly MaxFrameSize
       {{0x00, 0x10, 0x00, 0x01}, ErrorCode::FrameTooLarge}, // one above
       {{0xFF, 0xFF, 0xFF, 0xFF}, ErrorCode::FrameTooLarge},
@@ -219,20 +209,14 @@ TEST(DeviceStackProtocol, LengthPrefixIsBoundedOnBothSides) {
       {{0x00, 0x00, 0x00, 0x0F}, ErrorCode::MalformedFrame}, // shorter than a header
       {{0x00, 0x00, 0x00, 0x00}, ErrorCode::MalformedFrame},
   };
-  for (const Case& c : cases) {
-    const Decoded<std::uint32_t> length = DecodeFrameLength(c.prefix.data());
-    EXPECT_EQ(length ? 0 : length.Error().code, c.code);
+  for (const auto& [prefix, code] : prefixes) {
+    const Decoded<std::uint32_t> length = DecodeFrameLength(prefix.data());
+    EXPECT_EQ(length ? 0 : length.Error().code, code);
   }
-}
-
-TEST(DeviceStackProtocol, EncodingAboveTheLimitThrows) {
   const std::string justFits(MaxFrameSize - HeaderSize - 4, 'x');
   EXPECT_EQ(EncodeRequest({1, FreeFormRequest{justFits}}).size(), LengthPrefixSize + MaxFrameSize);
   EXPECT_THROW(EncodeRequest({1, FreeFormRequest{justFits + "x"}}), std::length_error);
-  Answer answer;
-  answer.kind = MessageKind::Request;
-  answer.text = justFits;
-  EXPECT_THROW(EncodeAnswer(answer), std::length_error);
+  EXPECT_THROW(EncodeAnswer({MessageKind::Request, 1, {}, 0, "", justFits}), std::length_error);
 }
 
 } // namespace

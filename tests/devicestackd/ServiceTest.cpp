@@ -19,13 +19,7 @@ namespace Protocol = Polt::DeviceStackProtocol;
 using namespace DeviceStackTest;
 using Bytes = std::vector<std::uint8_t>;
 using Protocol::MessageKind;
-using Protocol::ErrorCode::FrameTooLarge;
-using Protocol::ErrorCode::InvalidArgument;
-using Protocol::ErrorCode::InvalidValue;
-using Protocol::ErrorCode::MalformedFrame;
-using Protocol::ErrorCode::UnknownKind;
-using Protocol::ErrorCode::UnknownObject;
-using Protocol::ErrorCode::UnsupportedVersion;
+using namespace Protocol::ErrorCode;
 using ::testing::ContainsRegex;
 
 constexpr std::uint32_t Lamp = 100101;
