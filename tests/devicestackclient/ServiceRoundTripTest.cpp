@@ -17,6 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using boost::posix_time::milliseconds;
+using Client = Polt::IDeviceStackClient;
 
 constexpr unsigned long Lamp = 100101;
 constexpr unsigned long Missing = 7;
@@ -82,12 +83,9 @@ TEST(SocketClientAndService, EveryRequestKindRoundTripsThroughTheMessenger) {
   EXPECT_EQ(Of(messenger.Request("ping", milliseconds(0))), Outcome(true, true, "ping", ""));
   EXPECT_EQ(Of(messenger.RegisterApplication("app1", "1.0", "/opt/apps")), done);
   EXPECT_EQ(Of(messenger.SetConfiguration("cfg", milliseconds(0), relevant)), done);
-  EXPECT_EQ(
-      Of(messenger.SetConfiguration(Lamp, {{Polt::IDeviceStackClient::ptUnit, {"°C"}}}, false)),
-      done);
-  EXPECT_EQ(
-      Of(messenger.SetConfiguration(Missing, {{Polt::IDeviceStackClient::ptUnit, {"K"}}}, false)),
-      Outcome(true, false, "", ""));
+  EXPECT_EQ(Of(messenger.SetConfiguration(Lamp, {{Client::ptUnit, {"°C"}}}, false)), done);
+  EXPECT_EQ(Of(messenger.SetConfiguration(Missing, {{Client::ptUnit, {"K"}}}, false)),
+            Outcome(true, false, "", ""));
   EXPECT_TRUE(messenger.SetDeviceConfig({{"room", "kitchen"}}));
   std::string config;
   EXPECT_TRUE(messenger.GetDeviceConfig(config, false));

@@ -16,6 +16,7 @@ namespace {
 
 namespace Protocol = Polt::DeviceStackProtocol;
 using namespace DeviceStackTest;
+using Client = Polt::IDeviceStackClient;
 using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 
@@ -30,9 +31,7 @@ TEST(DeviceStackPersistence, EverythingAcknowledgedIsKeptAcrossAStop) {
     using namespace Protocol;
     for (const Request& request :
          {Request{1, SetDeviceConfigRequest{{{"key", "line\nbreak \"quoted\""}}}},
-          Request{
-              2,
-              SetConfigurationRequest{Lamp, false, {{Polt::IDeviceStackClient::ptUnit, {"°C"}}}}},
+          Request{2, SetConfigurationRequest{Lamp, false, {{Client::ptUnit, {"°C"}}}}},
           Request{3, RegisterApplicationRequest{"a", "", "c"}},
           Request{4, SendConfigurationRequest{std::string("\x01\xFF", 2)}},
           Request{5, SetValueRequest{Lamp, false, "10:\"a b\""}}}) {

@@ -18,6 +18,7 @@ namespace {
 namespace Protocol = Polt::DeviceStackProtocol;
 using namespace DeviceStackTest;
 using Bytes = std::vector<std::uint8_t>;
+using Client = Polt::IDeviceStackClient;
 using Protocol::MessageKind;
 using namespace Protocol::ErrorCode;
 using ::testing::ContainsRegex;
@@ -76,9 +77,7 @@ TEST(DeviceStackService, AnswersEveryRequestKind) {
       {{11, FreeFormRequest{"ping"}}, 0, "ping"},
       {{12, SetDeviceConfigRequest{{{"b", "2"}, {"a", "1"}}}}, 0, ""},
       {{13, GetDeviceConfigRequest{false}}, 0, "a=1\nb=2\n"},
-      {{14, SetConfigurationRequest{Lamp, false, {{Polt::IDeviceStackClient::ptName, {"lamp"}}}}},
-       0,
-       ""},
+      {{14, SetConfigurationRequest{Lamp, false, {{Client::ptName, {"lamp"}}}}}, 0, ""},
       {{15, SetConfigurationRequest{5, false, {}}}, UnknownObject, ""},
       {{16, RegisterApplicationRequest{"app", "1.0", "path"}}, 0, ""},
       {{17, SendConfigurationRequest{"{}"}}, 0, ""},
