@@ -97,6 +97,7 @@ void ServiceProcess::Start() {
                    {AVO_DEVICESTACKD_PATH, "--socket", m_socketPath, "--state", m_statePath});
   arguments.insert(arguments.end(), m_extraArguments.begin(), m_extraArguments.end());
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) {
     argv.push_back(argument.data());
   }

@@ -188,6 +188,7 @@ TEST(DeviceStackService, ServesSixtyFourClientsAtOnce) {
   StartSeeded(service, Clients);
   // Every client connects before any sends: 64 connections at once.
   std::vector<std::unique_ptr<TestClient>> clients;
+  clients.reserve(Clients);
   for (int i = 0; i < Clients; ++i) {
     clients.push_back(std::make_unique<TestClient>(service.Connect()));
   }
@@ -195,7 +196,7 @@ TEST(DeviceStackService, ServesSixtyFourClientsAtOnce) {
   const auto useObject = [](TestClient& client, std::uint32_t i) -> std::string {
     const std::uint32_t object = Lamp + 2 * i;
     for (std::uint64_t round = 0; round < 5; ++round) {
-      const std::string value = "7:" + std::to_string(i * 100 + round);
+      const std::string value = "7:" + std::to_string(std::uint64_t{i} * 100 + round);
       const Protocol::Answer set = client.Ask(SetValue(2 * round + 1, object, value));
       const Protocol::Answer get = client.Ask(GetValue(2 * round + 2, object));
       if (set.error.code != 0 || set.text != value || get.text != value ||

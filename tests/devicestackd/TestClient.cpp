@@ -34,6 +34,7 @@ void TestClient::Send(const std::vector<std::uint8_t>& bytes) {
 }
 
 // False when the service closed the connection before the first byte.
+// NOLINTNEXTLINE(readability-make-member-function-const): reads from the client's socket
 bool TestClient::ReadExactly(std::uint8_t* data, std::size_t size) {
   for (std::size_t got = 0; got < size;) {
     const ssize_t n = ::recv(m_fd, data + got, size - got, 0);
