@@ -1,6 +1,7 @@
 // The service is killed while four threads write through one messenger, and
 // started again: nobody crashes or hangs, every request ends answered or with
-// a default docket, and every acknowledged write is kept.
+// a default docket, the state file is whole at the kill and every
+// acknowledged write is kept.
 
 #include "AvoObjectModel/DscAsyncRequestMessenger.h"
 #include "Polt/SocketDeviceStackClient.h"
@@ -8,21 +9,24 @@
 #include "LogCapture.h"
 #include "ServiceProcess.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <condition_variable>
-#include <fstream>
+#include <functional>
 #include <future>
 #include <iostream>
 #include <mutex>
-#include <sstream>
 #include <thread>
 
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 constexpr int Writers = 4;
 constexpr unsigned long FirstObject = 300000;
@@ -43,55 +47,7 @@ int NumberOf(const std::string& text) {
   return value.Deserialize(text) && value.ivt == ivtInteger ? static_cast<int>(value.lVal) : -1;
 }
 
-// Acknowledged writes of all threads, for the test to wait on.
-class Progress {
-public:
-  void Add() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    ++m_count;
-    m_changed.notify_all();
-  }
-  int Count() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_count;
-  }
-  bool WaitFor(int count) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, 60s, [&] { return m_count >= count; });
-  }
-
-private:
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  int m_count = 0;
-};
-
-// What one writer did: it writes 1, 2, 3 ... to its own object.
-struct Writer {
-  std::atomic<int> acknowledged{0}; // the last write answered without error
-  int attempted = 0;
-  int unanswered = 0;
-  int wrongReplies = 0;
-};
-
-void Write(Avo::DscAsyncRequestMessenger& messenger, unsigned long object, Writer& writer,
-           Progress& progress, const std::atomic<bool>& stop) {
-  while (!stop) {
-    const int number = ++writer.attempted;
-    const Avo::Docket docket = messenger.SetValue(object, Integer(number), false);
-    if (!docket.IsAnswered()) {
-      ++writer.unanswered;
-      std::this_thread::yield(); // the service is away; let it come back
-    } else if (docket.IsReplyValid() && docket.ReadReply() == Text(number)) {
-      writer.acknowledged = number;
-      progress.Add();
-    } else {
-      ++writer.wrongReplies;
-    }
-  }
-}
-
-// The value of an object in the state file: the file must be whole.
+// The value of an object in the state file; -1 when it is not there.
 int SavedNumber(const std::string& state, unsigned long object) {
   const std::string prefix = "\nobject " + std::to_string(object) + " \"\" \"";
   const auto start = state.find(prefix);
@@ -102,22 +58,58 @@ int SavedNumber(const std::string& state, unsigned long object) {
   return NumberOf(state.substr(valueStart, state.find('"', valueStart) - valueStart));
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
+constexpr int Kills = 3;
+
+// What one writer did: it writes 1, 2, 3 ... to its own object until the
+// service restarted after the last kill has acknowledged 25 of its writes.
+struct Writer {
+  std::atomic<int> acknowledged{0}; // the last write answered without error
+  int attempted = 0;
+  int unanswered = 0;
+  int wrongReplies = 0;
+};
+
+// Acknowledged writes of all threads, for the test to wait on.
+struct Progress {
+  std::mutex mutex;
+  std::condition_variable changed;
+  int acknowledged = 0;
+  std::atomic<int> restarts{0};
+
+  bool WaitFor(int count) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return changed.wait_for(lock, 60s, [&] { return acknowledged >= count; });
+  }
+};
+
+void Write(Avo::DscAsyncRequestMessenger& messenger, unsigned long object, Writer& writer,
+           Progress& progress) {
+  for (int sinceLastRestart = 0; sinceLastRestart < 25;) {
+    const bool last = progress.restarts == Kills; // read first: the answer is the last service's
+    const int number = ++writer.attempted;
+    const Avo::Docket docket = messenger.SetValue(object, Integer(number), false);
+    if (!docket.IsAnswered()) {
+      ++writer.unanswered;
+      std::this_thread::yield(); // the service is away; let it come back
+    } else if (docket.IsReplyValid() && docket.ReadReply() == Text(number)) {
+      writer.acknowledged = number;
+      sinceLastRestart += last ? 1 : 0;
+      const std::lock_guard<std::mutex> lock(progress.mutex);
+      ++progress.acknowledged;
+      progress.changed.notify_all();
+    } else {
+      ++writer.wrongReplies;
+    }
+  }
 }
 
 TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarted) {
   DeviceStackTest::ServiceProcess service({}, false);
-  const std::string seed = service.Directory() + "/seed";
-  {
-    std::ofstream seedFile(seed);
-    for (int t = 0; t < Writers; ++t) {
-      seedFile << FirstObject + static_cast<unsigned long>(t) << ' ' << Text(0) << '\n';
-    }
+  std::string seed;
+  for (unsigned long t = 0; t < Writers; ++t) {
+    seed += std::to_string(FirstObject + t) + ' ' + Text(0) + '\n';
   }
-  service.AddArguments({"--seed", seed});
+  service.Seed(seed);
   service.Start();
 
   Polt::SocketDeviceStackClientOptions options;
@@ -132,75 +124,59 @@ TEST(SocketClientAndService, ServiceKilledDuringWritesFromFourThreadsAndRestarte
 
   std::array<Writer, Writers> writers;
   Progress progress;
-  std::atomic<bool> stop{false};
   std::vector<std::future<void>> threads;
-  threads.reserve(Writers);
-  for (int t = 0; t < Writers; ++t) {
-    threads.push_back(std::async(std::launch::async, [&, t] {
-      Write(messenger, FirstObject + static_cast<unsigned long>(t),
-            writers[static_cast<std::size_t>(t)], progress, stop);
-    }));
+  for (std::size_t t = 0; t < Writers; ++t) {
+    threads.push_back(std::async(std::launch::async, Write, std::ref(messenger), FirstObject + t,
+                                 std::ref(writers[t]), std::ref(progress)));
   }
-
-  ASSERT_TRUE(progress.WaitFor(100));
-  service.Kill();
-  std::array<int, Writers> acknowledgedAtKill{};
-  for (int t = 0; t < Writers; ++t) {
-    acknowledgedAtKill[static_cast<std::size_t>(t)] =
-        writers[static_cast<std::size_t>(t)].acknowledged;
+  for (int kill = 1; kill <= Kills; ++kill) {
+    SCOPED_TRACE("kill " + std::to_string(kill));
+    ASSERT_TRUE(progress.WaitFor(100 * kill));
+    service.Kill();
+    // The state file holds every write acknowledged so far (and is whole:
+    // the restarted service would report it corrupt otherwise).
+    const std::string state = DeviceStackTest::ReadFile(service.StatePath());
+    for (std::size_t t = 0; t < Writers; ++t) {
+      EXPECT_GE(SavedNumber(state, FirstObject + t), writers[t].acknowledged.load()) << t;
+    }
+    service.Start();
+    ASSERT_TRUE(client.WaitUntilConnected(60s, 1 + kill));
+    progress.restarts = kill;
   }
-  // Written whole (first and last line) and with every write acknowledged so far.
-  const std::string state = ReadFile(service.StatePath());
-  EXPECT_EQ(state.rfind("avo-devicestackd state 1\n", 0), 0U);
-  ASSERT_GE(state.size(), 5U);
-  EXPECT_EQ(state.substr(state.size() - 5), "\nend\n");
-  for (int t = 0; t < Writers; ++t) {
-    EXPECT_GE(SavedNumber(state, FirstObject + static_cast<unsigned long>(t)),
-              acknowledgedAtKill[static_cast<std::size_t>(t)])
-        << "writer " << t;
-  }
-
-  service.Start();
-  ASSERT_TRUE(client.WaitUntilConnected(60s, 2));
-  ASSERT_TRUE(progress.WaitFor(progress.Count() + 100));
-  stop = true;
   for (auto& thread : threads) {
     ASSERT_EQ(thread.wait_for(60s), std::future_status::ready) << "a writer hangs";
   }
 
+  int attempted = 0;
+  int unanswered = 0;
   int lostWrites = 0; // acknowledged but not kept
-  for (int t = 0; t < Writers; ++t) {
+  for (std::size_t t = 0; t < Writers; ++t) {
     SCOPED_TRACE("writer " + std::to_string(t));
-    const Writer& writer = writers[static_cast<std::size_t>(t)];
-    const Avo::Docket docket =
-        messenger.GetValue(FirstObject + static_cast<unsigned long>(t), false);
+    const Writer& writer = writers[t];
+    attempted += writer.attempted;
+    unanswered += writer.unanswered;
+    const Avo::Docket docket = messenger.GetValue(FirstObject + t, false);
     ASSERT_TRUE(docket.IsAnswered());
     // Writes that got no answer may or may not have been made, the last one too.
     const int kept = NumberOf(docket.ReadReply());
     lostWrites += std::max(0, writer.acknowledged.load() - kept);
     EXPECT_GE(kept, writer.acknowledged.load());
     EXPECT_LE(kept, writer.attempted);
-    EXPECT_GE(writer.acknowledged.load(), acknowledgedAtKill[static_cast<std::size_t>(t)]);
     EXPECT_EQ(writer.wrongReplies, 0);
   }
-  // At least once more: a connection made while the killed process was
+  // At least once a kill: a connection made while the killed process was
   // still closing its files is lost at once.
-  EXPECT_GE(client.GetCounters().connections, 2U);
+  EXPECT_GE(client.GetCounters().connections, 1U + Kills);
   EXPECT_EQ(client.GetCounters().handlerExceptions, 0U);
   messenger.UnsetAsResponseHandler();
-
-  int attempted = 0;
-  int acknowledged = 0;
-  int unanswered = 0;
-  for (const Writer& writer : writers) {
-    attempted += writer.attempted;
-    acknowledged += writer.acknowledged;
-    unanswered += writer.unanswered;
-  }
+  EXPECT_THAT(service.ReadLog(),
+              HasSubstr("Removed the stale socket file '" + service.SocketPath() + "'"));
+  EXPECT_THAT(service.ReadLog(), Not(HasSubstr("corrupt")));
   std::cout << "[ figures  ] " << attempted << " writes from " << Writers << " threads, "
-            << acknowledged << " acknowledged, " << unanswered
-            << " ended with a default docket, 1 SIGKILL, " << client.GetCounters().connections
-            << " connections, " << lostWrites << " acknowledged writes lost\n";
+            << progress.acknowledged << " acknowledged, " << unanswered
+            << " ended with a default docket, " << Kills << " SIGKILL, "
+            << client.GetCounters().connections << " connections, " << lostWrites
+            << " acknowledged writes lost\n";
 }
 
 } // namespace

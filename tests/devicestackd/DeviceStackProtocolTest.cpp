@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -20,18 +22,48 @@ Bytes Frame(const Bytes& withPrefix) {
   return Bytes(withPrefix.begin() + LengthPrefixSize, withPrefix.end());
 }
 
-Decoded<Request> DecodeRequestFrame(const Bytes& withPrefix) {
-  const Bytes frame = Frame(withPrefix);
-  return DecodeRequest(frame.data(), frame.size());
+// Every shorter copy of the frame (exactly `size` bytes, so that a read past
+// it is caught by ASan) fails to decode.
+template <class Decode>
+void ExpectEveryTruncationFails(const Bytes& frame, Decode decode) {
+  for (std::size_t size = 0; size < frame.size(); ++size) {
+    const Bytes truncated(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
+    const auto decoded = decode(truncated.data(), truncated.size());
+    ASSERT_FALSE(decoded) << "size " << size;
+    EXPECT_EQ(decoded.Error().code, ErrorCode::MalformedFrame) << "size " << size;
+    // A cut inside the body still reports the header, so that it can be answered.
+    EXPECT_EQ(decoded.Error().header.has_value(), size >= HeaderSize) << "size " << size;
+  }
 }
 
-Decoded<Answer> DecodeAnswerFrame(const Bytes& withPrefix) {
-  const Bytes frame = Frame(withPrefix);
-  return DecodeAnswer(frame.data(), frame.size());
+TEST(DeviceStackProtocol, FramesHaveTheDocumentedBytes) {
+  const Bytes getValue = {0x00, 0x00, 0x00, 0x15, // length: 16 header + 5 body
+                          0x41, 0x56, 0x44, 0x53, // "AVDS"
+                          0x01,                   // version
+                          0x01,                   // kind GetValue
+                          0x00, 0x00,             // flags
+                          0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x02, // request id 258
+                          0x00, 0x01, 0x87, 0x05,                         // object id 100101
+                          0x01};                                          // flag
+  EXPECT_EQ(EncodeRequest({258, GetValueRequest{100101, true}}), getValue);
+
+  const Answer answer{MessageKind::SetValue, 9, {2, "D", "", "M"}, 1, "u", "1:"};
+  const Bytes setValueAnswer = {
+      0x00, 0x00, 0x00, 0x31,                         // length 49
+      0x41, 0x56, 0x44, 0x53, 0x01, 0x02, 0x00, 0x01, // magic, version, SetValue, answer flag
+      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x09, // request id
+      0x00, 0x00, 0x00, 0x02,                         // error code
+      0x00, 0x00, 0x00, 0x01, 'D',                    // description
+      0x00, 0x00, 0x00, 0x00,                         // details
+      0x00, 0x00, 0x00, 0x01, 'M',                    // message
+      0x00, 0x00, 0x00, 0x01,                         // object id
+      0x00, 0x00, 0x00, 0x01, 'u',                    // urn
+      0x00, 0x00, 0x00, 0x02, '1',  ':'};             // value text
+  EXPECT_EQ(EncodeAnswer(answer), setValueAnswer);
 }
 
-std::vector<Request> EveryRequestKind() {
-  return {
+TEST(DeviceStackProtocol, EveryRequestKindRoundTripsAndEveryTruncationIsAnError) {
+  const Request requests[] = {
       {1, GetValueRequest{100101, true}},
       {2, SetValueRequest{4294967295U, false, "10:\"a\\\"b\""}},
       {3, FreeFormRequest{std::string("with\0nul", 8)}},
@@ -49,65 +81,26 @@ std::vector<Request> EveryRequestKind() {
       {11, SetDeviceConfigRequest{}},
       {12, SetConfigurationRequest{}},
   };
-}
-
-TEST(DeviceStackProtocol, GetValueRequestHasTheDocumentedBytes) {
-  const Bytes expected = {0x00, 0x00, 0x00, 0x15, // length: 16 header + 5 body
-                          0x41, 0x56, 0x44, 0x53, // "AVDS"
-                          0x01,                   // version
-                          0x01,                   // kind GetValue
-                          0x00, 0x00,             // flags
-                          0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x02, // request id 258
-                          0x00, 0x01, 0x87, 0x05,                         // object id 100101
-                          0x01};                                          // flag
-  EXPECT_EQ(EncodeRequest({258, GetValueRequest{100101, true}}), expected);
-}
-
-TEST(DeviceStackProtocol, SetValueAnswerHasTheDocumentedBytes) {
-  Answer answer;
-  answer.kind = MessageKind::SetValue;
-  answer.requestId = 9;
-  answer.error = {2, "D", "", "M"};
-  answer.objectId = 1;
-  answer.urn = "u";
-  answer.text = "1:";
-  const Bytes expected = {
-      0x00, 0x00, 0x00, 0x31,                         // length 49
-      0x41, 0x56, 0x44, 0x53, 0x01, 0x02, 0x00, 0x01, // magic, version, SetValue, answer flag
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x09, // request id
-      0x00, 0x00, 0x00, 0x02,                         // error code
-      0x00, 0x00, 0x00, 0x01, 'D',                    // description
-      0x00, 0x00, 0x00, 0x00,                         // details
-      0x00, 0x00, 0x00, 0x01, 'M',                    // message
-      0x00, 0x00, 0x00, 0x01,                         // object id
-      0x00, 0x00, 0x00, 0x01, 'u',                    // urn
-      0x00, 0x00, 0x00, 0x02, '1',  ':'};             // value text
-  EXPECT_EQ(EncodeAnswer(answer), expected);
-}
-
-TEST(DeviceStackProtocol, EveryRequestKindSurvivesARoundTrip) {
-  for (const Request& request : EveryRequestKind()) {
+  for (const Request& request : requests) {
     SCOPED_TRACE(KindName(KindOf(request.body)));
     const Bytes encoded = EncodeRequest(request);
     const Decoded<std::uint32_t> length = DecodeFrameLength(encoded.data());
     ASSERT_TRUE(length);
     EXPECT_EQ(length.Value(), encoded.size() - LengthPrefixSize);
-    const Decoded<Request> decoded = DecodeRequestFrame(encoded);
+    const Bytes frame = Frame(encoded);
+    const Decoded<Request> decoded = DecodeRequest(frame.data(), frame.size());
     ASSERT_TRUE(decoded) << decoded.Error().message;
     EXPECT_EQ(decoded.Value().requestId, request.requestId);
     // Equal bodies encode to equal bytes; the variant index must match too.
     EXPECT_EQ(decoded.Value().body.index(), request.body.index());
     EXPECT_EQ(EncodeRequest(decoded.Value()), encoded);
+    ExpectEveryTruncationFails(frame, DecodeRequest);
   }
 }
 
 TEST(DeviceStackProtocol, AnswersCarryThePayloadOfTheirKind) {
-  struct Case {
-    MessageKind kind;
-    bool value; // objectId and urn travel
-    bool text;
-  };
-  const Case cases[] = {
+  // The kind; whether objectId and urn travel; whether the text travels.
+  const std::tuple<MessageKind, bool, bool> cases[] = {
       {MessageKind::GetValue, true, true},
       {MessageKind::SetValue, true, true},
       {MessageKind::Request, false, true},
@@ -119,56 +112,23 @@ TEST(DeviceStackProtocol, AnswersCarryThePayloadOfTheirKind) {
       {MessageKind::SetValueFormat, false, false},
       {MessageKind::SetInternalValueFormat, false, false},
       {MessageKind::ProtocolError, false, false},
-      {static_cast<MessageKind>(77), false, false},
+      {static_cast<MessageKind>(77), false, false}, // only with the UnknownKind error
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(KindName(c.kind));
-    Answer answer;
-    answer.kind = c.kind;
-    answer.requestId = 42;
-    answer.error = {c.kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0, "d", "e",
-                    "m"};
-    answer.objectId = 5;
-    answer.urn = "urn:x";
-    answer.text = "t";
-    const Decoded<Answer> decoded = DecodeAnswerFrame(EncodeAnswer(answer));
+  const auto fields = [](const Answer& a) {
+    return std::tie(a.kind, a.requestId, a.error.code, a.error.description, a.error.details,
+                    a.error.message, a.objectId, a.urn, a.text);
+  };
+  for (const auto& [kind, value, text] : cases) {
+    SCOPED_TRACE(KindName(kind));
+    const std::int32_t code = kind == static_cast<MessageKind>(77) ? ErrorCode::UnknownKind : 0;
+    const Answer answer{kind, 42, {code, "d", "e", "m"}, 5, "urn:x", "t"};
+    const Bytes frame = Frame(EncodeAnswer(answer));
+    const Decoded<Answer> decoded = DecodeAnswer(frame.data(), frame.size());
     ASSERT_TRUE(decoded) << decoded.Error().message;
-    const Answer& got = decoded.Value();
-    EXPECT_EQ(got.kind, c.kind);
-    EXPECT_EQ(got.requestId, 42U);
-    EXPECT_EQ(got.error.code, answer.error.code);
-    EXPECT_EQ(got.error.description, "d");
-    EXPECT_EQ(got.error.details, "e");
-    EXPECT_EQ(got.error.message, "m");
-    EXPECT_EQ(got.objectId, c.value ? 5U : 0U);
-    EXPECT_EQ(got.urn, c.value ? "urn:x" : "");
-    EXPECT_EQ(got.text, c.text ? "t" : "");
-  }
-}
-
-TEST(DeviceStackProtocol, EveryTruncationOfAFrameIsAnErrorValue) {
-  Answer answer;
-  answer.kind = MessageKind::GetValue;
-  answer.text = "3:21.5";
-  std::vector<Bytes> frames;
-  for (const Request& request : EveryRequestKind()) {
-    frames.push_back(Frame(EncodeRequest(request)));
-  }
-  const Bytes answerFrame = Frame(EncodeAnswer(answer));
-  for (const Bytes& frame : frames) {
-    for (std::size_t size = 0; size < frame.size(); ++size) {
-      // A copy of exactly `size` bytes, so that a read past it is caught by ASan.
-      const Bytes truncated(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(size));
-      const Decoded<Request> decoded = DecodeRequest(truncated.data(), truncated.size());
-      ASSERT_FALSE(decoded) << "size " << size;
-      EXPECT_EQ(decoded.Error().code, ErrorCode::MalformedFrame);
-      EXPECT_EQ(decoded.Error().header.has_value(), size >= HeaderSize);
-    }
-  }
-  for (std::size_t size = 0; size < answerFrame.size(); ++size) {
-    const Bytes truncated(answerFrame.begin(),
-                          answerFrame.begin() + static_cast<std::ptrdiff_t>(size));
-    EXPECT_FALSE(DecodeAnswer(truncated.data(), truncated.size())) << "size " << size;
+    const Answer expected{kind,           42, answer.error, value ? 5U : 0U, value ? "urn:x" : "",
+                          text ? "t" : ""};
+    EXPECT_EQ(fields(decoded.Value()), fields(expected));
+    ExpectEveryTruncationFails(frame, DecodeAnswer);
   }
 }
 
@@ -192,13 +152,7 @@ TEST(DeviceStackProtocol, BadRequestFramesAreReportedWithTheirCode) {
   };
   Bytes trailing = getValue;
   trailing.push_back(0);
-  Bytes duplicateKey = setDeviceConfig;
-  // The second key "l" becomes "k".
-  duplicateKey.at(BodyAt + 4 + 4 + 1 + 4 + 1 + 4) = 'k';
-  Bytes hugeCount = setDeviceConfig;
-  hugeCount.at(BodyAt) = 0x7F;
-  Bytes hugeString = Frame(EncodeRequest({77, FreeFormRequest{"abc"}}));
-  hugeString.at(BodyAt) = 0xFF;
+  const Bytes freeForm = Frame(EncodeRequest({77, FreeFormRequest{"abc"}}));
   const Case cases[] = {
       {"wrong magic", with(getValue, 0, 'X'), ErrorCode::MalformedFrame, false,
        "frame does not start with the protocol's magic"},
@@ -216,11 +170,12 @@ TEST(DeviceStackProtocol, BadRequestFramesAreReportedWithTheirCode) {
        "GetValue request: a boolean field holds 2"},
       {"trailing byte", trailing, ErrorCode::MalformedFrame, true,
        "GetValue request: 1 bytes after the last field"},
-      {"duplicate key", duplicateKey, ErrorCode::MalformedFrame, true,
+      {"duplicate key", with(setDeviceConfig, BodyAt + 18, 'k'),
+       /* the second key "l" */ ErrorCode::MalformedFrame, true,
        "SetDeviceConfig request: device configuration key 'k' appears twice"},
-      {"huge count", hugeCount, ErrorCode::MalformedFrame, true,
+      {"huge count", with(setDeviceConfig, BodyAt, 0x7F), ErrorCode::MalformedFrame, true,
        "SetDeviceConfig request: a count of 2130706434 entries exceeds the frame"},
-      {"huge string", hugeString, ErrorCode::MalformedFrame, true,
+      {"huge string", with(freeForm, BodyAt, 0xFF), ErrorCode::MalformedFrame, true,
        "Request request: the frame ends inside a field"},
   };
   for (const Case& c : cases) {
@@ -229,10 +184,8 @@ TEST(DeviceStackProtocol, BadRequestFramesAreReportedWithTheirCode) {
     ASSERT_FALSE(decoded);
     EXPECT_EQ(decoded.Error().code, c.code);
     EXPECT_EQ(decoded.Error().message, c.message);
-    ASSERT_EQ(decoded.Error().header.has_value(), c.header);
-    if (c.header) {
-      EXPECT_EQ(decoded.Error().header->requestId, 77U);
-    }
+    const std::optional<FrameHeader>& header = decoded.Error().header;
+    EXPECT_EQ(header ? header->requestId : 0U, c.header ? 77U : 0U);
   }
 }
 
@@ -241,20 +194,14 @@ TEST(DeviceStackProtocol, AnswerDecodingRefusesRequestsAndUnknownKindsWithoutErr
   const Decoded<Answer> fromRequest = DecodeAnswer(request.data(), request.size());
   ASSERT_FALSE(fromRequest);
   EXPECT_EQ(fromRequest.Error().message, "an answer frame lacks the answer flag");
-
-  Answer unknown;
-  unknown.kind = static_cast<MessageKind>(99);
-  const Decoded<Answer> decoded = DecodeAnswerFrame(EncodeAnswer(unknown));
+  const Bytes unknown = Frame(EncodeAnswer({static_cast<MessageKind>(99), 1, {}, 0, "", ""}));
+  const Decoded<Answer> decoded = DecodeAnswer(unknown.data(), unknown.size());
   ASSERT_FALSE(decoded);
   EXPECT_EQ(decoded.Error().code, ErrorCode::UnknownKind);
 }
 
-TEST(DeviceStackProtocol, LengthPrefixIsBoundedOnBothSides) {
-  struct Case {
-    Bytes prefix;
-    std::int32_t code; // 0: accepted
-  };
-  const Case cases[] = {
+TEST(DeviceStackProtocol, FrameSizeIsBoundedOnBothSides) {
+  const std::pair<Bytes, std::int32_t> prefixes[] = {
       {{0x00, 0x10, 0x00, 0x00}, 0},                        // exactly MaxFrameSize
       {{0x00, 0x10, 0x00, 0x01}, ErrorCode::FrameTooLarge}, // one above
       {{0xFF, 0xFF, 0xFF, 0xFF}, ErrorCode::FrameTooLarge},
@@ -262,20 +209,14 @@ TEST(DeviceStackProtocol, LengthPrefixIsBoundedOnBothSides) {
       {{0x00, 0x00, 0x00, 0x0F}, ErrorCode::MalformedFrame}, // shorter than a header
       {{0x00, 0x00, 0x00, 0x00}, ErrorCode::MalformedFrame},
   };
-  for (const Case& c : cases) {
-    const Decoded<std::uint32_t> length = DecodeFrameLength(c.prefix.data());
-    EXPECT_EQ(length ? 0 : length.Error().code, c.code);
+  for (const auto& [prefix, code] : prefixes) {
+    const Decoded<std::uint32_t> length = DecodeFrameLength(prefix.data());
+    EXPECT_EQ(length ? 0 : length.Error().code, code);
   }
-}
-
-TEST(DeviceStackProtocol, EncodingAboveTheLimitThrows) {
   const std::string justFits(MaxFrameSize - HeaderSize - 4, 'x');
   EXPECT_EQ(EncodeRequest({1, FreeFormRequest{justFits}}).size(), LengthPrefixSize + MaxFrameSize);
   EXPECT_THROW(EncodeRequest({1, FreeFormRequest{justFits + "x"}}), std::length_error);
-  Answer answer;
-  answer.kind = MessageKind::Request;
-  answer.text = justFits;
-  EXPECT_THROW(EncodeAnswer(answer), std::length_error);
+  EXPECT_THROW(EncodeAnswer({MessageKind::Request, 1, {}, 0, "", justFits}), std::length_error);
 }
 
 } // namespace

@@ -2,8 +2,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -20,9 +18,8 @@ namespace DeviceStackTest {
 namespace {
 
 std::string MakeTemporaryDirectory() {
-  const char* base = std::getenv("TMPDIR");
   std::string pattern =
-      std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/avo-devicestackd-XXXXXX";
+      (std::filesystem::temp_directory_path() / "avo-devicestackd-XXXXXX").string();
   if (::mkdtemp(pattern.data()) == nullptr) {
     throw std::runtime_error("cannot create a temporary directory: " +
                              std::string(std::strerror(errno)));
@@ -30,16 +27,16 @@ std::string MakeTemporaryDirectory() {
   return pattern;
 }
 
+// A connected socket, or -1 with errno set.
 int ConnectTo(const std::string& path) {
   const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) {
-    return -1;
-  }
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  if (fd >= 0 && ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    const int error = errno;
     ::close(fd);
+    errno = error;
     return -1;
   }
   return fd;
@@ -51,7 +48,11 @@ int StatusOf(int status) {
 
 } // namespace
 
-std::string ServiceProcess::Executable() { return AVO_DEVICESTACKD_PATH; }
+std::string ReadFile(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
 
 ServiceProcess::ServiceProcess(std::vector<std::string> extraArguments, bool start)
     : m_extraArguments(std::move(extraArguments)), m_directory(MakeTemporaryDirectory()),
@@ -76,6 +77,12 @@ void ServiceProcess::AddArguments(const std::vector<std::string>& arguments) {
   m_extraArguments.insert(m_extraArguments.end(), arguments.begin(), arguments.end());
 }
 
+void ServiceProcess::Seed(const std::string& lines) {
+  const std::string path = m_directory + "/seed";
+  std::ofstream(path) << lines;
+  AddArguments({"--seed", path});
+}
+
 void ServiceProcess::Start() {
   if (IsRunning()) {
     throw std::logic_error("the service is running already");
@@ -87,7 +94,7 @@ void ServiceProcess::Start() {
     arguments.push_back(emulator);
   }
   arguments.insert(arguments.end(),
-                   {Executable(), "--socket", m_socketPath, "--state", m_statePath});
+                   {AVO_DEVICESTACKD_PATH, "--socket", m_socketPath, "--state", m_statePath});
   arguments.insert(arguments.end(), m_extraArguments.begin(), m_extraArguments.end());
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);
@@ -100,8 +107,8 @@ void ServiceProcess::Start() {
   if (log < 0) {
     throw std::runtime_error("cannot open the service log " + m_logPath);
   }
-  const pid_t pid = ::fork();
-  if (pid == 0) {
+  m_pid = ::fork();
+  if (m_pid == 0) {
     // Only async-signal-safe calls between fork and exec.
     ::dup2(log, STDOUT_FILENO);
     ::dup2(log, STDERR_FILENO);
@@ -109,15 +116,16 @@ void ServiceProcess::Start() {
     ::_exit(127);
   }
   ::close(log);
-  if (pid < 0) {
+  if (m_pid < 0) {
     throw std::runtime_error("cannot fork: " + std::string(std::strerror(errno)));
   }
-  m_pid = pid;
 
-  // Poll until the socket accepts; the bound keeps a broken service from
-  // hanging the test (an emulated service starts slowly).
+  // The service tells nothing when it is ready: its socket accepting is the
+  // event, polled. The bound keeps a broken service from hanging the test (an
+  // emulated service starts slowly).
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!TryConnect()) {
+  int probe = -1;
+  while ((probe = ConnectTo(m_socketPath)) < 0) {
     int status = 0;
     if (::waitpid(m_pid, &status, WNOHANG) == m_pid) {
       m_pid = -1;
@@ -130,39 +138,18 @@ void ServiceProcess::Start() {
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
+  ::close(probe);
 }
 
-bool ServiceProcess::TryConnect() const {
-  const int fd = ConnectTo(m_socketPath);
-  if (fd < 0) {
-    return false;
-  }
-  ::close(fd);
-  return true;
-}
-
-int ServiceProcess::Wait() {
+int ServiceProcess::SignalAndWait(int signal) {
   if (!IsRunning()) {
     throw std::logic_error("the service is not running");
   }
+  ::kill(m_pid, signal);
   int status = 0;
   while (::waitpid(m_pid, &status, 0) < 0 && errno == EINTR) {}
   m_pid = -1;
   return StatusOf(status);
-}
-
-int ServiceProcess::Stop() {
-  if (IsRunning()) {
-    ::kill(m_pid, SIGTERM);
-  }
-  return Wait();
-}
-
-void ServiceProcess::Kill() {
-  if (IsRunning()) {
-    ::kill(m_pid, SIGKILL);
-  }
-  Wait();
 }
 
 int ServiceProcess::Connect() const {
@@ -173,11 +160,6 @@ int ServiceProcess::Connect() const {
   return fd;
 }
 
-std::string ServiceProcess::ReadLog() const {
-  std::ifstream file(m_logPath);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+std::string ServiceProcess::ReadLog() const { return ReadFile(m_logPath); }
 
 } // namespace DeviceStackTest

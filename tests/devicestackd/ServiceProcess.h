@@ -2,7 +2,9 @@
 // Test support: avo-devicestackd as a child process on a socket and a state
 // file in a temporary directory of its own.
 //
-//   DeviceStackTest::ServiceProcess service;        // started, accepting
+//   DeviceStackTest::ServiceProcess service({}, false);
+//   service.Seed("100101 3:21.5\n");                  // objects of a fresh state
+//   service.Start();                                  // started, accepting
 //   int fd = service.Connect();                       // a raw client socket
 //   service.Kill();                                   // SIGKILL, as a crash
 //   service.Start();                                  // again, same state file
@@ -12,6 +14,7 @@
 // so the service is built first). Under a cross build the service runs
 // through the same emulator as the tests.
 
+#include <csignal> // SIGTERM, SIGKILL
 #include <string>
 #include <sys/types.h> // pid_t
 #include <vector>
@@ -24,8 +27,7 @@ class ServiceProcess {
 public:
   /// Creates the temporary directory and, when start is true, starts the
   /// service with `--socket DIR/service.sock --state DIR/state` and the extra
-  /// arguments (e.g. {"--seed", path}). Throws std::runtime_error when the
-  /// service does not accept within the deadline.
+  /// arguments (e.g. {"--seed", path}).
   explicit ServiceProcess(std::vector<std::string> extraArguments = {}, bool start = true);
   ~ServiceProcess(); // NOLINT(bugprone-exception-escape): see its definition
   ServiceProcess(const ServiceProcess&) = delete;
@@ -33,18 +35,17 @@ public:
 
   /// Adds arguments for every later start.
   void AddArguments(const std::vector<std::string>& arguments);
+  /// Writes "ID VALUE-TEXT" lines to DIR/seed and seeds every later start from it.
+  void Seed(const std::string& lines);
   /// Starts the service (again, on the same files) and waits until its socket
   /// accepts; throws std::runtime_error, with the log, when it exits first or
   /// does not accept within 30 seconds.
   void Start();
   /// Sends SIGTERM and waits: the exit status, or 128 + signal number when a
   /// signal ended it.
-  int Stop();
+  int Stop() { return SignalAndWait(SIGTERM); }
   /// Sends SIGKILL and waits.
-  void Kill();
-  /// Waits for the service to end by itself (e.g. when it cannot start): the
-  /// status as Stop returns it.
-  int Wait();
+  void Kill() { SignalAndWait(SIGKILL); }
   bool IsRunning() const { return m_pid > 0; }
   pid_t Pid() const { return m_pid; }
 
@@ -58,11 +59,8 @@ public:
   /// Everything the service wrote to stdout and stderr, over all its starts.
   std::string ReadLog() const;
 
-  /// The path of the service executable.
-  static std::string Executable();
-
 private:
-  bool TryConnect() const;
+  int SignalAndWait(int signal);
 
   std::vector<std::string> m_extraArguments;
   std::string m_directory;
@@ -71,5 +69,8 @@ private:
   std::string m_logPath;
   pid_t m_pid = -1;
 };
+
+/// The whole content of a file; empty when it cannot be read.
+std::string ReadFile(const std::string& path);
 
 } // namespace DeviceStackTest

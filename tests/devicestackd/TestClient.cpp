@@ -1,22 +1,19 @@
 #include "TestClient.h"
 
 #include <cerrno>
-#include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace DeviceStackTest {
 
 namespace Protocol = Polt::DeviceStackProtocol;
 
-namespace {
-// Bounds every read, so that a service that never answers fails the test
-// instead of hanging it (an emulated service is slow).
-constexpr int ReadTimeoutMs = 30000;
-} // namespace
-
-TestClient::~TestClient() { Close(); }
+TestClient::TestClient(int fd) : m_fd(fd) {
+  const timeval timeout{30, 0}; // an emulated service is slow
+  ::setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+}
 
 void TestClient::Close() {
   if (m_fd >= 0) {
@@ -27,8 +24,7 @@ void TestClient::Close() {
 
 // NOLINTNEXTLINE(readability-make-member-function-const): writes to the client's socket
 void TestClient::Send(const std::vector<std::uint8_t>& bytes) {
-  std::size_t sent = 0;
-  while (sent < bytes.size()) {
+  for (std::size_t sent = 0; sent < bytes.size();) {
     const ssize_t n = ::send(m_fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
     if (n < 0 && errno != EINTR) {
       throw std::runtime_error("send failed");
@@ -37,28 +33,21 @@ void TestClient::Send(const std::vector<std::uint8_t>& bytes) {
   }
 }
 
+// False when the service closed the connection before the first byte.
+// NOLINTNEXTLINE(readability-make-member-function-const): reads from the client's socket
 bool TestClient::ReadExactly(std::uint8_t* data, std::size_t size) {
-  std::size_t got = 0;
-  while (got < size) {
-    pollfd ready{m_fd, POLLIN, 0};
-    const int polled = ::poll(&ready, 1, ReadTimeoutMs);
-    if (polled == 0) {
-      throw std::runtime_error("no answer within the timeout");
-    }
-    const ssize_t n = polled < 0 ? -1 : ::recv(m_fd, data + got, size - got, 0);
+  for (std::size_t got = 0; got < size;) {
+    const ssize_t n = ::recv(m_fd, data + got, size - got, 0);
     if (n == 0 || (n < 0 && errno == ECONNRESET)) {
-      if (got != 0) {
-        throw std::runtime_error("the connection ended inside a frame");
+      if (got == 0) {
+        return false;
       }
-      return false;
+      throw std::runtime_error("the connection ended inside a frame");
     }
-    if (n < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      throw std::runtime_error("recv failed");
+    if (n < 0 && errno != EINTR) {
+      throw std::runtime_error(errno == EAGAIN ? "no answer within the timeout" : "recv failed");
     }
-    got += static_cast<std::size_t>(n);
+    got += n > 0 ? static_cast<std::size_t>(n) : 0U;
   }
   return true;
 }
@@ -69,12 +58,9 @@ std::optional<Protocol::Answer> TestClient::Read() {
     return std::nullopt;
   }
   const Protocol::Decoded<std::uint32_t> length = Protocol::DecodeFrameLength(prefix);
-  if (!length) {
-    throw std::runtime_error("bad answer length: " + length.Error().message);
-  }
-  std::vector<std::uint8_t> frame(length.Value());
-  if (!ReadExactly(frame.data(), frame.size())) {
-    throw std::runtime_error("the connection ended inside a frame");
+  std::vector<std::uint8_t> frame(length ? length.Value() : 0U);
+  if (!length || !ReadExactly(frame.data(), frame.size())) {
+    throw std::runtime_error("bad answer length or the connection ended inside a frame");
   }
   Protocol::Decoded<Protocol::Answer> answer = Protocol::DecodeAnswer(frame.data(), frame.size());
   if (!answer) {

@@ -10,11 +10,13 @@
 
 namespace DeviceStackTest {
 
-/// Owns a connected socket (from ServiceProcess::Connect).
+/// Owns a connected socket (from ServiceProcess::Connect). Every read is
+/// bounded, so that a service that never answers fails the test instead of
+/// hanging it.
 class TestClient {
 public:
-  explicit TestClient(int fd) : m_fd(fd) {}
-  ~TestClient();
+  explicit TestClient(int fd);
+  ~TestClient() { Close(); }
   TestClient(const TestClient&) = delete;
   TestClient& operator=(const TestClient&) = delete;
 
