@@ -7,6 +7,7 @@
 #include "LogCapture.h"
 #include "Polt/DeviceStackError.h"
 #include "Polt/SimulatedDeviceStackClient.h"
+#include "VelValueSamples.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -101,8 +102,7 @@ TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
 }
 
 TEST_F(Messenger, BlockingRequestsPassTheirArgumentsOnAndGetTheirOwnAnswer) {
-  VELVALUE five(ivtInteger);
-  five.lVal = 5;
+  const VELVALUE five = AvoTest::Lng(ivtInteger, 5);
   const std::string fiveText = Avo::RemoteRequestMessengerDeviceStack::ValueText(five, false);
   EXPECT_TRUE(messenger.RegisterApplication("app", "1", "/a").IsReplyValid());
   EXPECT_EQ(messenger.SetValue(42, five, false).ReadReply(), fiveText);
@@ -157,8 +157,10 @@ TEST_F(Messenger, AnIrrelevantRequestIsAbortedWithoutRetryAndAnEmptyPredicateIsA
   EXPECT_TRUE(messenger.Request("next", Ms(0)).IsAnswered());
 }
 
+// A waiter whose own answer never comes checks its relevance again whenever
+// any other answer wakes it.
 TEST_F(Messenger, AWaitEndsWhenAnyAnswerWakesItAfterRelevanceEnded) {
-  Plan(1, [](auto& plan) { plan.hold = true; }); // its own answer never comes
+  Plan(1, [](auto& plan) { plan.hold = true; });
   std::promise<void> sleeping;
   int checks = 0;
   Docket aborted("not", "set", true, true);
@@ -229,10 +231,8 @@ TEST_F(Messenger, SetValueAndIgnoreResponseOnlySends) {
 
 TEST_F(Messenger, TheAdapterSendsTheValueTextOfTheCurrentFormat) {
   messenger.UnsetAsResponseHandler(); // nobody waits for these answers
-  VELVALUE nan(ivtFloat), number(ivtFloat), text(ivtString);
-  nan.dblVal = std::numeric_limits<double>::quiet_NaN();
-  number.dblVal = 21.5;
-  text.strVal = "Küche";
+  const VELVALUE nan = AvoTest::Dbl(ivtFloat, std::numeric_limits<double>::quiet_NaN());
+  const VELVALUE number = AvoTest::Dbl(ivtFloat, 21.5), text = AvoTest::Str(ivtString, "Küche");
   // Each write's text as it reached the device stack.
   const auto sent = [&](const VELVALUE& value) {
     adapter.SetValueAsync(42, value, false);

@@ -95,14 +95,10 @@ TEST(Logging, PrettyFunctionNamesAreShortened) {
 TEST(Logging, FailedAssertionLogsFatalAndThrows) {
   ScopedLogCapture capture;
   const int* pointer = nullptr;
-  try {
-    AVO_ASSERT2(pointer != nullptr);
-    FAIL() << "no exception";
-  } catch (const Avo::AssertionFailed& failure) {
-    EXPECT_STREQ(failure.what(), "AVO_ASSERT2(pointer != nullptr) failed");
-  }
-  const auto fatal = Line(log4cplus::FATAL_LOG_LEVEL, "AVO_ASSERT2(pointer != nullptr) failed");
-  EXPECT_THAT(capture.Lines(), ElementsAre(fatal));
+  const std::string failed = "AVO_ASSERT2(pointer != nullptr) failed";
+  EXPECT_THAT([pointer] { AVO_ASSERT2(pointer != nullptr); },
+              ::testing::ThrowsMessage<Avo::AssertionFailed>(::testing::StrEq(failed)));
+  EXPECT_THAT(capture.Lines(), ElementsAre(Line(log4cplus::FATAL_LOG_LEVEL, failed)));
 }
 
 } // namespace

@@ -246,59 +246,25 @@ TEST(VelValueTextForm, EveryTypeReadsBackEqualInBothForms) {
 
 TEST(VelValueTextForm, ReadsTheBareNaNAndRefusesMalformedTexts) {
   ExpectReadsAs("nan", Dbl(ivtFloat, kNaN)); // the device stack's NaN in the default format
-  const std::string time = "2024-05-06T10:20:30.00;weekday=1;timeOfDayOnly=0;local;valid";
-  const std::string malformed[] = {"",
-                                   "nan ",
-                                   "NaN",
-                                   "3",
-                                   "3:",
-                                   "3:abc",
-                                   "3:1.5x",
-                                   " 3:1",
-                                   "3 :1",
-                                   "3: 1",
-                                   "+3:1",
-                                   "x:1",
-                                   "3.:1",
-                                   "3.256:1",
-                                   "3.-1:1",
-                                   "3.2.2:1",
-                                   "99:1",
-                                   "-1:",
-                                   "2147483648:",
-                                   "3:1e400",
-                                   "3:0x10",
-                                   "6:256",
-                                   "6:-1",
-                                   "7:65536",
-                                   "8:4294967296",
-                                   "4:2147483648",
-                                   "4:-2147483649",
-                                   "2:",
-                                   "1:x",
-                                   "0:1",
-                                   "10:abc",
-                                   "10:\"abc",
-                                   "10:\"abc\"x",
-                                   "10:\"\\q\"",
-                                   "10:\"\\x4\"",
-                                   "10:\"\\xZZ\"",
-                                   "10:\"a\nb\"",
-                                   "10:\"\\",
-                                   "1005:ABC",
-                                   "1005:GG",
-                                   "1005:\"AB\"",
-                                   "13:" + time + ";",
-                                   "13:" + time.substr(0, time.size() - 6),
-                                   "13:" + time.substr(0, 19) + time.substr(22),
-                                   "13:2024-256-06" + time.substr(10),
-                                   "13:2024-05-06 " + time.substr(11),
-                                   "13:" + time.substr(0, 49) + "LOCAL;valid",
-                                   "3:1\0"s};
-  for (const std::string& text : malformed) {
-    VELVALUE value = U16(ivtWord, 9);
-    EXPECT_FALSE(value.Deserialize(text)) << text;
-    EXPECT_TRUE(value == VELVALUE() && value.tmVal.isLocalTime && value.strVal.empty()) << text;
+  const std::string time = "13:2024-05-06T10:20:30.00;weekday=1;timeOfDayOnly=0;local;valid";
+  const std::vector<std::string> malformed[] = {
+      {"", "nan ", "NaN", "3", "3:", " 3:1", "3 :1", "3: 1", "+3:1", "x:1", "99:1",
+       "-1:", "2147483648:"},
+      {"3.:1", "3.256:1", "3.-1:1", "3.2.2:1", "0:1", "1:x", "2:", "3:1\0"s},
+      {"3:abc", "3:1.5x", "3:1e400", "3:0x10", "6:256", "6:-1", "7:65536", "8:4294967296",
+       "4:2147483648", "4:-2147483649"},
+      {"10:abc", "10:\"abc", "10:\"abc\"x", "10:\"\\q\"", "10:\"\\x4\"", "10:\"\\xZZ\"",
+       "10:\"a\nb\"", "10:\"\\"},
+      {"1005:ABC", "1005:GG", "1005:\"AB\""},
+      {time + ";", time.substr(0, time.size() - 6), time.substr(0, 22) + time.substr(25),
+       "13:2024-256-06" + time.substr(13), "13:2024-05-06 " + time.substr(14),
+       time.substr(0, 52) + "LOCAL;valid"}};
+  for (const auto& group : malformed) {
+    for (const std::string& text : group) {
+      VELVALUE value = U16(ivtWord, 9);
+      EXPECT_FALSE(value.Deserialize(text)) << text;
+      EXPECT_TRUE(value == VELVALUE() && value.tmVal.isLocalTime && value.strVal.empty()) << text;
+    }
   }
 }
 

@@ -20,11 +20,7 @@ void PrintTo(const LogLine& line, std::ostream* os) {
 }
 
 LogLine Line(log4cplus::LogLevel level, std::string text, std::string function) {
-  LogLine line;
-  line.level = level;
-  line.text = std::move(text);
-  line.function = std::move(function);
-  return line;
+  return LogLine{level, std::move(function), std::move(text), {}};
 }
 
 class ScopedLogCapture::Appender : public log4cplus::Appender {
@@ -76,16 +72,6 @@ ScopedLogCapture::~ScopedLogCapture() {
 }
 
 std::vector<LogLine> ScopedLogCapture::Lines() const { return m_capture->Lines(); }
-
-std::vector<LogLine> ScopedLogCapture::Lines(log4cplus::LogLevel level) const {
-  std::vector<LogLine> selected;
-  for (auto& line : m_capture->Lines()) {
-    if (line.level == level) {
-      selected.push_back(std::move(line));
-    }
-  }
-  return selected;
-}
 
 std::vector<std::string> ScopedLogCapture::Texts(log4cplus::LogLevel atLeast) const {
   std::vector<std::string> texts;
