@@ -94,25 +94,19 @@ TEST(GroupValue, EncodingsGiveTheirBusBytesAndDefinedSizeAndReadBack) {
 
 TEST(GroupValue, GettersRaiseWhenTheValueHoldsTooFewBytes) {
 #define READ(getter, args) #getter, [](const GroupValue& v) { static_cast<void>(v.getter args); }
+  // clang-format off
   const struct {
     const char* getter;
     void (*read)(const GroupValue&);
     unsigned int needed;
-  } getters[] = {{READ(GetAsBoolean, ()), 1},
-                 {READ(GetAsUnsigned2, ()), 1},
-                 {READ(GetAsUnsigned3, ()), 1},
-                 {READ(GetAsUnsigned4, ()), 1},
-                 {READ(GetAsUnsigned8, ()), 1},
-                 {READ(GetAsSigned8, ()), 1},
-                 {READ(GetAsUnsigned16, ()), 2},
-                 {READ(GetAsSigned16, ()), 2},
-                 {READ(GetAsFloat16, ()), 2},
-                 {READ(GetAsUnsigned32, ()), 4},
-                 {READ(GetAsSigned32, ()), 4},
-                 {READ(GetAsFloat32, ()), 4},
-                 {READ(GetAsDate, (nullptr, nullptr, nullptr)), 3},
-                 {READ(GetAsTimeOfDay, (nullptr, nullptr, nullptr, nullptr)), 3},
-                 {READ(GetAsString14, ()), 14}};
+  } getters[] = {
+      {READ(GetAsBoolean, ()), 1},    {READ(GetAsUnsigned2, ()), 1},  {READ(GetAsUnsigned3, ()), 1},
+      {READ(GetAsUnsigned4, ()), 1},  {READ(GetAsUnsigned8, ()), 1},  {READ(GetAsSigned8, ()), 1},
+      {READ(GetAsUnsigned16, ()), 2}, {READ(GetAsSigned16, ()), 2},   {READ(GetAsFloat16, ()), 2},
+      {READ(GetAsUnsigned32, ()), 4}, {READ(GetAsSigned32, ()), 4},   {READ(GetAsFloat32, ()), 4},
+      {READ(GetAsDate, (nullptr, nullptr, nullptr)), 3},              {READ(GetAsString14, ()), 14},
+      {READ(GetAsTimeOfDay, (nullptr, nullptr, nullptr, nullptr)), 3}};
+  // clang-format on
 #undef READ
   for (const auto& g : getters) {
     for (unsigned int size = 0; size < g.needed; ++size) {

@@ -98,21 +98,18 @@ TEST(VelValue, EqualityLooksAtTheTypeTheMemberItUsesAndTheStatus) {
 }
 
 TEST(VelValueBytes, EachTypeHasItsBigEndianLayoutAndNeedsItsSize) {
+  // clang-format off
   const std::pair<VELVALUE, Bytes> cases[] = {
-      {U8(ivtBool, 1), {0x01}},
-      {U8(ivtEnumByte, 0xA5), {0xA5}},
-      {U16(ivtWord, 0x1234), {0x12, 0x34}},
-      {U32(ivtDWord, 0x89ABCDEF), {0x89, 0xAB, 0xCD, 0xEF}},
-      {Lng(ivtShort, -32768), {0x80, 0x00}},
-      {Lng(ivtInteger, -2), {0xFF, 0xFF, 0xFF, 0xFE}},
-      {U32(ivtQWord, 1), {0, 0, 0, 1}},
-      {Lng(ivtTimeLag, 0x01020304), {1, 2, 3, 4}},
+      {U8(ivtBool, 1), {0x01}},                {U8(ivtEnumByte, 0xA5), {0xA5}},
+      {U32(ivtDWord, 0x89ABCDEF), {0x89, 0xAB, 0xCD, 0xEF}}, {U16(ivtWord, 0x1234), {0x12, 0x34}},
+      {Lng(ivtShort, -32768), {0x80, 0x00}},   {Lng(ivtInteger, -2), {0xFF, 0xFF, 0xFF, 0xFE}},
+      {U32(ivtQWord, 1), {0, 0, 0, 1}},        {Lng(ivtTimeLag, 0x01020304), {1, 2, 3, 4}},
       {Dbl(ivtFloat, 21.5), {0x40, 0x35, 0x80, 0, 0, 0, 0, 0}},
       {Dbl(ivtPercent, -0.0), {0x80, 0, 0, 0, 0, 0, 0, 0}},
       {Str(ivtData40, "\0\x01\x02\x03\xFF"s), {0x00, 0x01, 0x02, 0x03, 0xFF}},
       {Str(ivtString, "K\xC3\xBC"), {'K', 0xC3, 0xBC}},
-      {Str(ivtByteArray, "\0\x80"s), {0x00, 0x80}},
-      {Str(ivtStepBytes, "\x0B"), {0x0B}}};
+      {Str(ivtByteArray, "\0\x80"s), {0x00, 0x80}}, {Str(ivtStepBytes, "\x0B"), {0x0B}}};
+  // clang-format on
   const Bytes filler(10, 0x11);
   for (const auto& [value, bytes] : cases) {
     SCOPED_TRACE(value.ToString());
