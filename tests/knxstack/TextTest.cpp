@@ -5,6 +5,7 @@
 
 #include <numeric> // std::iota
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -39,15 +40,12 @@ TEST(Text, Utf8StringsAreValidOnlyAndConvertToAndFromLatin1) {
 }
 
 TEST(TimeOfDay, CreateAcceptsOnlyFieldsWithinTheirRanges) {
-  const struct {
-    int hour, minute, second, day;
-    bool valid;
-  } cases[] = {{0, 0, 0, 0, true},   {23, 59, 59, 7, true}, {24, 0, 0, 0, false},
-               {-1, 0, 0, 0, false}, {0, 60, 0, 0, false},  {0, 0, 60, 0, false},
-               {0, 0, 0, 8, false}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(AvoApp::TimeOfDay::Create(c.hour, c.minute, c.second, c.day).has_value(), c.valid)
-        << c.hour << ":" << c.minute << ":" << c.second << " day " << c.day;
+  const std::tuple<int, int, int, int, bool> cases[] = {
+      {0, 0, 0, 0, true},   {23, 59, 59, 7, true}, {24, 0, 0, 0, false}, {-1, 0, 0, 0, false},
+      {0, 60, 0, 0, false}, {0, 0, 60, 0, false},  {0, 0, 0, 8, false}};
+  for (const auto& [hour, minute, second, day, valid] : cases) {
+    EXPECT_EQ(AvoApp::TimeOfDay::Create(hour, minute, second, day).has_value(), valid)
+        << hour << ":" << minute << ":" << second << " day " << day;
   }
 }
 
