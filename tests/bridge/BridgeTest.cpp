@@ -102,7 +102,6 @@ TEST(Bridge, DirectionsThatDifferOnPurpose) {
 }
 
 TEST(Bridge, EncodingClampsRefusesAndLogs) {
-  const double infinity = std::numeric_limits<double>::infinity();
   const struct {
     Avo::PackedDpt dpt;
     VELVALUE value;
@@ -115,7 +114,7 @@ TEST(Bridge, EncodingClampsRefusesAndLogs) {
       {Dpt(8, 1), Lng(ivtInteger, -32769), "80 00", "Value out of range: -32769 (DPT 8)"},
       {Dpt(8, 1), Lng(ivtInteger, 32767), "7F FF", ""},
       {Dpt(8, 1), Lng(ivtInteger, 32768), "7F FF", "Value out of range: 32768 (DPT 8)"},
-      {Dpt(9, 1), Dbl(ivtFloat, -infinity), "none", ""},
+      {Dpt(9, 1), Dbl(ivtFloat, -std::numeric_limits<double>::infinity()), "none", ""},
       {Dpt(9, 1), Dbl(ivtFloat, std::numeric_limits<double>::quiet_NaN()), "7F FF", ""},
       {Dpt(17, 1), U8(ivtByte, 64), "none", ""},
       {Dpt(11, 1), Time(ivtDate, 2089, 12, 31), "1F 0C 59", ""},
@@ -139,8 +138,7 @@ TEST(Bridge, EncodingClampsRefusesAndLogs) {
       {Dpt(31, 1), U8(ivtByte, 5), "none",
        "Value type 31 not supported (dwDPT=2031617 with value='ivt: 6, ToString(): Byte 5')."},
       // Main 232 sends the low 24 bits only.
-      {Dpt(232, 600), U32(ivtDWord, 0x12FF8000), "FF 80 00", ""},
-  };
+      {Dpt(232, 600), U32(ivtDWord, 0x12FF8000), "FF 80 00", ""}};
   for (const auto& c : cases) {
     ScopedLogCapture capture;
     const auto encoded = Avo::VelValueToGroupValue(c.value, c.dpt);
@@ -167,8 +165,7 @@ TEST(Bridge, DecodingRefusesWithOneLine) {
       {Dpt(22, 1), Group({0x12}), error, "Received invalid value 12 for DPT 22.1"},
       {Dpt(11, 1), Group({0x06, 0x05, 0x18, 0x00}, 24), warn,
        badDate + "Length in bytes is 4, expected 3"},
-      {Dpt(11, 1), Group({0x06, 0x05, 0x64}), warn, badDate + "Year 100 is out of range (0-99)"},
-  };
+      {Dpt(11, 1), Group({0x06, 0x05, 0x64}), warn, badDate + "Year 100 is out of range (0-99)"}};
   for (const auto& c : cases) {
     ScopedLogCapture capture(log4cplus::WARN_LOG_LEVEL);
     EXPECT_FALSE(Avo::GroupValueToVelValue(c.value, c.dpt)) << c.text;
