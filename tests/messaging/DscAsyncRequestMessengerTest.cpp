@@ -169,24 +169,35 @@ TEST_F(Messenger, RelevanceIsCheckedOnEveryWakeAndAnEmptyPredicateIsABug) {
   EXPECT_TRUE(IsDefault(aborted));
 }
 
+// Answers after their waiter has gone, answers to writes that ignore them,
+// answers with unknown or empty identifiers, and answers with no handler.
 TEST_F(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
   Plan(1, [](auto& plan) { plan.hold = true; });
   EXPECT_FALSE(messenger.Request("slow", Ms(1)).IsAnswered());
   AvoTest::ScopedLogCapture capture;
   simulation.ReleaseHeldAnswers(); // after its waiter has gone
   ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  const VELVALUE value(ivtInteger);
+  EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  Plan(1, [](auto& plan) { plan.emptyRequestId = true; });
+  EXPECT_FALSE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  const std::string ignore = "SetValueAndIgnoreResponse";
   EXPECT_THAT(capture.Lines(),
-              ElementsAre(Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList")));
+              ElementsAre(Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList"),
+                          Line(DEBUG, "Request ID is '2'", ignore),
+                          Line(DEBUG, "No docket for response ID '2'", "UpdateDocketList"),
+                          Line(DEBUG, "Request ID is ''", ignore)));
   const Polt::DeviceStackError error(3, "Bad", "Detail", "boom");
-  const std::string value = "; id: 42; urn: u; value: v";
+  const std::string valueTail = "; id: 42; urn: u; value: v";
   const std::pair<std::function<void()>, std::string> handlers[] = {
       // and the tails of their lines
       {[&] { messenger.OnResponse(nullptr, "x", "r", error); }, "; response: r"},
       {[&] { messenger.OnRegisterApplication(nullptr, "x", error); }, ""},
       {[&] { messenger.OnGetConfiguration(nullptr, "x", "c", error); }, "; config: c"},
       {[&] { messenger.OnSetConfiguration(nullptr, "x", error); }, ""},
-      {[&] { messenger.OnGetValue(nullptr, "x", 42, "u", "v", error); }, value},
-      {[&] { messenger.OnSetValue(nullptr, "x", 42, "u", "v", error); }, value}};
+      {[&] { messenger.OnGetValue(nullptr, "x", 42, "u", "v", error); }, valueTail},
+      {[&] { messenger.OnSetValue(nullptr, "x", 42, "u", "v", error); }, valueTail}};
   for (const auto& [handle, tail] : handlers) {
     capture.Clear();
     handle();
@@ -199,19 +210,6 @@ TEST_F(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
   messenger.OnResponse(nullptr, "", "r", Polt::DeviceStackError());
   EXPECT_THAT(capture.Texts(), ElementsAre("No docket for response ID ''"));
   EXPECT_EQ(messenger.GetOutstandingRequestCount(), 0u);
-}
-
-TEST_F(Messenger, SetValueAndIgnoreResponseOnlySends) {
-  const VELVALUE value(ivtInteger);
-  AvoTest::ScopedLogCapture capture(DEBUG);
-  EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
-  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
-  Plan(1, [](auto& plan) { plan.emptyRequestId = true; });
-  EXPECT_FALSE(messenger.SetValueAndIgnoreResponse(42, value, false));
-  EXPECT_THAT(capture.Lines(),
-              ElementsAre(Line(DEBUG, "Request ID is '1'", "SetValueAndIgnoreResponse"),
-                          Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList"),
-                          Line(DEBUG, "Request ID is ''", "SetValueAndIgnoreResponse")));
   // Once unset, the device stack has nobody to deliver to.
   messenger.UnsetAsResponseHandler();
   EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
