@@ -32,8 +32,8 @@ VELVALUE Time(VelValueType type, std::uint16_t year, std::uint8_t month, std::ui
 
 // A group value over bytes with the given defined size (8 bits a byte when 0).
 KnxStack::GroupValue Group(const Bytes& bytes, unsigned int bitSize = 0) {
-  const auto size = static_cast<unsigned int>(bytes.size());
-  return {KnxStack::BinaryData(bytes.data(), size), bitSize != 0 ? bitSize : 8 * size};
+  return {KnxStack::BinaryData(bytes),
+          bitSize != 0 ? bitSize : 8 * static_cast<unsigned int>(bytes.size())};
 }
 
 TEST(Bridge, EverySupportedMainNumberGoesOutAndComesBack) {
@@ -169,8 +169,9 @@ TEST(Bridge, DecodingRefusesWithOneLine) {
   for (const auto& c : cases) {
     ScopedLogCapture capture(log4cplus::WARN_LOG_LEVEL);
     EXPECT_FALSE(Avo::GroupValueToVelValue(c.value, c.dpt)) << c.text;
-    ASSERT_FALSE(capture.Lines().empty()) << c.text; // the converter's reasons come first
-    EXPECT_EQ(capture.Lines().back(), Line(c.level, c.text, "GroupValueToVelValue"));
+    const auto lines = capture.Lines(); // the converter's reasons come first
+    EXPECT_EQ(lines.empty() ? LogLine() : lines.back(),
+              Line(c.level, c.text, "GroupValueToVelValue"));
   }
   ScopedLogCapture capture;
   EXPECT_TRUE(Avo::CheckGroupValue(Group({0x12}), Dpt(22, 1))); // unknown DPTs are accepted

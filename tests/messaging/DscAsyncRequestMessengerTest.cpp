@@ -84,12 +84,10 @@ TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
         expected.push_back(Line(ERROR, "Request ID is empty, retrying", kSync));
         continue;
       }
+      const std::string lost = "No response received for ID '" + id + "' with timeout ";
       expected.push_back(
           Line(WARN, "Timeout (" + c.waited + ") occured for request ID '" + id + "'", kWait));
-      expected.push_back(
-          Line(ERROR,
-               "No response received for ID '" + id + "' with timeout " + c.printed + ", retrying",
-               kSync));
+      expected.push_back(Line(ERROR, lost + c.printed + ", retrying", kSync));
     }
     const std::string retries = std::to_string(c.maxRetries);
     expected.push_back(Line(ERROR, "Maximum number of retries (" + retries + ") reached.", kSync));
