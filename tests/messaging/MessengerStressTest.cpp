@@ -64,6 +64,7 @@ TEST(MessengerStress, EveryRequestGetsItsOwnReplyOrADefaultDocket) {
   // Lost: a docket that carries neither its own reply nor nothing at all.
   std::atomic<int> unanswered{0}, errors{0}, lost{0};
   std::vector<std::future<void>> callers;
+  callers.reserve(CallerThreads);
   for (int t = 0; t < CallerThreads; ++t) {
     callers.push_back(std::async(std::launch::async, [&, t] {
       for (int i = 0; i < RequestsPerThread; ++i) {

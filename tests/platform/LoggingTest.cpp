@@ -85,13 +85,14 @@ TEST(Logging, EveryLineStartsWithAnEmptyStreamInTheDefaultFormat) {
                                            "outer chatty 10", "c 12"));
 }
 
+void Require(const int* pointer) { AVO_ASSERT2(pointer != nullptr); }
+
 TEST(Logging, FailedAssertionLogsFatalAndThrows) {
   ScopedLogCapture capture;
-  const int* pointer = nullptr;
   const std::string failed = "AVO_ASSERT2(pointer != nullptr) failed";
-  EXPECT_THAT([pointer] { AVO_ASSERT2(pointer != nullptr); },
+  EXPECT_THAT([] { Require(nullptr); },
               ::testing::ThrowsMessage<Avo::AssertionFailed>(::testing::StrEq(failed)));
-  EXPECT_THAT(capture.Lines(), ElementsAre(Line(log4cplus::FATAL_LOG_LEVEL, failed)));
+  EXPECT_THAT(capture.Lines(), ElementsAre(Line(log4cplus::FATAL_LOG_LEVEL, failed, "Require")));
 }
 
 } // namespace
