@@ -7,6 +7,7 @@
 #include "LogCapture.h"
 #include "Polt/DeviceStackError.h"
 #include "Polt/SimulatedDeviceStackClient.h"
+#include "VelValueSamples.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,10 +27,8 @@ using AvoTest::Line;
 using boost::posix_time::time_duration;
 using ::testing::ElementsAre;
 
-const auto DEBUG = log4cplus::DEBUG_LOG_LEVEL;
-const auto INFO = log4cplus::INFO_LOG_LEVEL;
-const auto WARN = log4cplus::WARN_LOG_LEVEL;
-const auto ERROR = log4cplus::ERROR_LOG_LEVEL;
+const auto DEBUG = log4cplus::DEBUG_LOG_LEVEL, INFO = log4cplus::INFO_LOG_LEVEL;
+const auto WARN = log4cplus::WARN_LOG_LEVEL, ERROR = log4cplus::ERROR_LOG_LEVEL;
 const time_duration Infinite(boost::posix_time::pos_infin);
 const std::string kSync = "SynchronizeRequest", kWait = "WaitForAnswer";
 
@@ -85,12 +84,10 @@ TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
         expected.push_back(Line(ERROR, "Request ID is empty, retrying", kSync));
         continue;
       }
+      const std::string lost = "No response received for ID '" + id + "' with timeout ";
       expected.push_back(
           Line(WARN, "Timeout (" + c.waited + ") occured for request ID '" + id + "'", kWait));
-      expected.push_back(
-          Line(ERROR,
-               "No response received for ID '" + id + "' with timeout " + c.printed + ", retrying",
-               kSync));
+      expected.push_back(Line(ERROR, lost + c.printed + ", retrying", kSync));
     }
     const std::string retries = std::to_string(c.maxRetries);
     expected.push_back(Line(ERROR, "Maximum number of retries (" + retries + ") reached.", kSync));
@@ -101,8 +98,7 @@ TEST_F(Messenger, RetriesUntilTheAttemptsAreUsedUpAndReturnsADefaultDocket) {
 }
 
 TEST_F(Messenger, BlockingRequestsPassTheirArgumentsOnAndGetTheirOwnAnswer) {
-  VELVALUE five(ivtInteger);
-  five.lVal = 5;
+  const VELVALUE five = AvoTest::Lng(ivtInteger, 5);
   const std::string fiveText = Avo::RemoteRequestMessengerDeviceStack::ValueText(five, false);
   EXPECT_TRUE(messenger.RegisterApplication("app", "1", "/a").IsReplyValid());
   EXPECT_EQ(messenger.SetValue(42, five, false).ReadReply(), fiveText);
@@ -120,14 +116,10 @@ TEST_F(Messenger, BlockingRequestsPassTheirArgumentsOnAndGetTheirOwnAnswer) {
   EXPECT_EQ(messenger.Request("late", Infinite).ReadReply(), "late");
   // An error answer is an answer, and is not retried.
   Plan(1, [](auto& plan) { plan.errorCode = 9, plan.errorMessage = "busy"; });
-  AvoTest::ScopedLogCapture capture(ERROR);
   const Docket refused = messenger.GetValue(42, false);
   EXPECT_TRUE(refused.IsAnswered() && !refused.IsReplyValid() && refused.ReadReply() == fiveText);
   EXPECT_EQ(refused.ReadDeliveryError(), "busy");
-  const std::string failure = "KEL error for request 6: 9; Simulated failure; GetValue(42); ";
-  EXPECT_THAT(capture.Lines(),
-              ElementsAre(Line(ERROR, failure + "id: 42; urn: urn:lamp; value: " + fiveText,
-                               "OnGetValue")));
+  EXPECT_EQ(simulation.GetCounters().requests, 6u);
   // Properties go to the device stack directly: answered even when refused.
   const Avo::DscAsyncRequestMessenger::Properties name{{Polt::IDeviceStackClient::ptName, {"L"}}};
   const Docket refusedProperties = messenger.SetConfiguration(7, name, false); // no such object
@@ -136,7 +128,7 @@ TEST_F(Messenger, BlockingRequestsPassTheirArgumentsOnAndGetTheirOwnAnswer) {
   EXPECT_EQ(simulation.GetObjectProperties(42), name);
 }
 
-TEST_F(Messenger, AnIrrelevantRequestIsAbortedWithoutRetryAndAnEmptyPredicateIsABug) {
+TEST_F(Messenger, RelevanceIsCheckedOnEveryWakeAndAnEmptyPredicateIsABug) {
   Plan(2, [](auto& plan) { plan.hold = true; });
   Avo::DscAsyncRequestMessenger retrying(adapter, Ms(1), 2);
   AvoTest::ScopedLogCapture capture;
@@ -155,10 +147,9 @@ TEST_F(Messenger, AnIrrelevantRequestIsAbortedWithoutRetryAndAnEmptyPredicateIsA
   EXPECT_EQ(retrying.GetOutstandingRequestCount(), 0u);
   // The mutex was released: the next request runs.
   EXPECT_TRUE(messenger.Request("next", Ms(0)).IsAnswered());
-}
-
-TEST_F(Messenger, AWaitEndsWhenAnyAnswerWakesItAfterRelevanceEnded) {
-  Plan(1, [](auto& plan) { plan.hold = true; }); // its own answer never comes
+  // A waiter whose own answer never comes checks its relevance again
+  // whenever any other answer wakes it.
+  Plan(1, [](auto& plan) { plan.hold = true; });
   std::promise<void> sleeping;
   int checks = 0;
   Docket aborted("not", "set", true, true);
@@ -171,30 +162,40 @@ TEST_F(Messenger, AWaitEndsWhenAnyAnswerWakesItAfterRelevanceEnded) {
     });
   });
   sleeping.get_future().wait();
-  // Another request's answer wakes every waiter.
   EXPECT_TRUE(messenger.Request("wake", Ms(0)).IsAnswered());
   waiter.join();
   EXPECT_TRUE(IsDefault(aborted));
 }
 
+// Answers after their waiter has gone, answers to writes that ignore them,
+// answers with unknown or empty identifiers, and answers with no handler.
 TEST_F(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
   Plan(1, [](auto& plan) { plan.hold = true; });
   EXPECT_FALSE(messenger.Request("slow", Ms(1)).IsAnswered());
   AvoTest::ScopedLogCapture capture;
   simulation.ReleaseHeldAnswers(); // after its waiter has gone
   ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  const VELVALUE value(ivtInteger);
+  EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
+  Plan(1, [](auto& plan) { plan.emptyRequestId = true; });
+  EXPECT_FALSE(messenger.SetValueAndIgnoreResponse(42, value, false));
+  const std::string ignore = "SetValueAndIgnoreResponse";
   EXPECT_THAT(capture.Lines(),
-              ElementsAre(Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList")));
+              ElementsAre(Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList"),
+                          Line(DEBUG, "Request ID is '2'", ignore),
+                          Line(DEBUG, "No docket for response ID '2'", "UpdateDocketList"),
+                          Line(DEBUG, "Request ID is ''", ignore)));
   const Polt::DeviceStackError error(3, "Bad", "Detail", "boom");
-  const std::string value = "; id: 42; urn: u; value: v";
+  const std::string valueTail = "; id: 42; urn: u; value: v";
   const std::pair<std::function<void()>, std::string> handlers[] = {
       // and the tails of their lines
       {[&] { messenger.OnResponse(nullptr, "x", "r", error); }, "; response: r"},
       {[&] { messenger.OnRegisterApplication(nullptr, "x", error); }, ""},
       {[&] { messenger.OnGetConfiguration(nullptr, "x", "c", error); }, "; config: c"},
       {[&] { messenger.OnSetConfiguration(nullptr, "x", error); }, ""},
-      {[&] { messenger.OnGetValue(nullptr, "x", 42, "u", "v", error); }, value},
-      {[&] { messenger.OnSetValue(nullptr, "x", 42, "u", "v", error); }, value}};
+      {[&] { messenger.OnGetValue(nullptr, "x", 42, "u", "v", error); }, valueTail},
+      {[&] { messenger.OnSetValue(nullptr, "x", 42, "u", "v", error); }, valueTail}};
   for (const auto& [handle, tail] : handlers) {
     capture.Clear();
     handle();
@@ -207,19 +208,6 @@ TEST_F(Messenger, AnswersNobodyWaitsForAreLoggedAndDropped) {
   messenger.OnResponse(nullptr, "", "r", Polt::DeviceStackError());
   EXPECT_THAT(capture.Texts(), ElementsAre("No docket for response ID ''"));
   EXPECT_EQ(messenger.GetOutstandingRequestCount(), 0u);
-}
-
-TEST_F(Messenger, SetValueAndIgnoreResponseOnlySends) {
-  const VELVALUE value(ivtInteger);
-  AvoTest::ScopedLogCapture capture(DEBUG);
-  EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
-  ASSERT_TRUE(simulation.WaitUntilIdle(5s));
-  Plan(1, [](auto& plan) { plan.emptyRequestId = true; });
-  EXPECT_FALSE(messenger.SetValueAndIgnoreResponse(42, value, false));
-  EXPECT_THAT(capture.Lines(),
-              ElementsAre(Line(DEBUG, "Request ID is '1'", "SetValueAndIgnoreResponse"),
-                          Line(DEBUG, "No docket for response ID '1'", "UpdateDocketList"),
-                          Line(DEBUG, "Request ID is ''", "SetValueAndIgnoreResponse")));
   // Once unset, the device stack has nobody to deliver to.
   messenger.UnsetAsResponseHandler();
   EXPECT_TRUE(messenger.SetValueAndIgnoreResponse(42, value, false));
@@ -229,20 +217,15 @@ TEST_F(Messenger, SetValueAndIgnoreResponseOnlySends) {
 
 TEST_F(Messenger, TheAdapterSendsTheValueTextOfTheCurrentFormat) {
   messenger.UnsetAsResponseHandler(); // nobody waits for these answers
-  VELVALUE nan(ivtFloat), number(ivtFloat), text(ivtString);
-  nan.dblVal = std::numeric_limits<double>::quiet_NaN();
-  number.dblVal = 21.5;
-  text.strVal = "Küche";
+  const VELVALUE nan = AvoTest::Dbl(ivtFloat, std::numeric_limits<double>::quiet_NaN());
+  const VELVALUE number = AvoTest::Dbl(ivtFloat, 21.5);
   // Each write's text as it reached the device stack.
-  const auto sent = [&](const VELVALUE& value) {
-    adapter.SetValueAsync(42, value, false);
-    return *simulation.GetObjectValue(42);
-  };
   const auto expectTexts = [&](bool internalFormat, const char* nanText) {
     EXPECT_EQ(simulation.IsInternalValueFormatEnabled(), internalFormat);
-    EXPECT_EQ(sent(nan), nanText);
-    EXPECT_EQ(sent(number), internalFormat ? "3.2:21.5" : "3:21.5");
-    EXPECT_EQ(sent(text), internalFormat ? "10.2:\"Küche\"" : "10:\"Küche\"");
+    adapter.SetValueAsync(42, nan, false);
+    EXPECT_EQ(*simulation.GetObjectValue(42), nanText);
+    adapter.SetValueAsync(42, number, false);
+    EXPECT_EQ(*simulation.GetObjectValue(42), internalFormat ? "3.2:21.5" : "3:21.5");
   };
   expectTexts(false, "nan"); // the initial format
   AvoTest::ScopedLogCapture capture;

@@ -9,9 +9,8 @@
 namespace AvoTest {
 
 bool operator==(const LogLine& left, const LogLine& right) {
-  const bool functionMatches =
-      left.function.empty() || right.function.empty() || left.function == right.function;
-  return left.level == right.level && functionMatches && left.text == right.text;
+  return left.level == right.level && left.text == right.text &&
+         (left.function.empty() || right.function.empty() || left.function == right.function);
 }
 
 void PrintTo(const LogLine& line, std::ostream* os) {
@@ -20,42 +19,26 @@ void PrintTo(const LogLine& line, std::ostream* os) {
 }
 
 LogLine Line(log4cplus::LogLevel level, std::string text, std::string function) {
-  LogLine line;
-  line.level = level;
-  line.text = std::move(text);
-  line.function = std::move(function);
-  return line;
+  return LogLine{level, std::move(function), std::move(text), {}};
 }
 
+// Records every line it is handed; read through the capture under its mutex.
 class ScopedLogCapture::Appender : public log4cplus::Appender {
 public:
   ~Appender() override { destructorImpl(); }
-  std::vector<LogLine> Lines() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_lines;
-  }
-  void Clear() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_lines.clear();
-  }
   void close() override {}
+  std::mutex mutex;
+  std::vector<LogLine> lines;
 
 protected:
   void append(const log4cplus::spi::InternalLoggingEvent& event) override {
-    LogLine line;
-    line.level = event.getLogLevel();
-    line.function = event.getFunction();
-    line.entry = event.getMessage();
+    const std::string& entry = event.getMessage();
     // The prefix (context and function part) never contains " - ".
-    const auto separator = line.entry.find(" - ");
-    line.text = separator == std::string::npos ? line.entry : line.entry.substr(separator + 3);
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_lines.push_back(std::move(line));
+    const auto separator = entry.find(" - ");
+    std::string text = separator == std::string::npos ? entry : entry.substr(separator + 3);
+    std::lock_guard<std::mutex> lock(mutex);
+    lines.push_back({event.getLogLevel(), event.getFunction(), std::move(text), entry});
   }
-
-private:
-  mutable std::mutex m_mutex;
-  std::vector<LogLine> m_lines;
 };
 
 ScopedLogCapture::ScopedLogCapture(log4cplus::LogLevel threshold) : m_capture(new Appender()) {
@@ -75,21 +58,14 @@ ScopedLogCapture::~ScopedLogCapture() {
   logger.setLogLevel(m_previousLevel);
 }
 
-std::vector<LogLine> ScopedLogCapture::Lines() const { return m_capture->Lines(); }
-
-std::vector<LogLine> ScopedLogCapture::Lines(log4cplus::LogLevel level) const {
-  std::vector<LogLine> selected;
-  for (auto& line : m_capture->Lines()) {
-    if (line.level == level) {
-      selected.push_back(std::move(line));
-    }
-  }
-  return selected;
+std::vector<LogLine> ScopedLogCapture::Lines() const {
+  std::lock_guard<std::mutex> lock(m_capture->mutex);
+  return m_capture->lines;
 }
 
 std::vector<std::string> ScopedLogCapture::Texts(log4cplus::LogLevel atLeast) const {
   std::vector<std::string> texts;
-  for (auto& line : m_capture->Lines()) {
+  for (auto& line : Lines()) {
     if (line.level >= atLeast) {
       texts.push_back(std::move(line.text));
     }
@@ -97,6 +73,9 @@ std::vector<std::string> ScopedLogCapture::Texts(log4cplus::LogLevel atLeast) co
   return texts;
 }
 
-void ScopedLogCapture::Clear() { m_capture->Clear(); }
+void ScopedLogCapture::Clear() {
+  std::lock_guard<std::mutex> lock(m_capture->mutex);
+  m_capture->lines.clear();
+}
 
 } // namespace AvoTest

@@ -40,8 +40,6 @@ public:
 
   /// Every captured line, in order.
   std::vector<LogLine> Lines() const;
-  /// The captured lines at the given level.
-  std::vector<LogLine> Lines(log4cplus::LogLevel level) const;
   /// The texts of the captured lines at or above the given level.
   std::vector<std::string> Texts(log4cplus::LogLevel atLeast = log4cplus::TRACE_LOG_LEVEL) const;
   void Clear();

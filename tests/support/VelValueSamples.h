@@ -9,41 +9,21 @@
 
 namespace AvoTest {
 
-inline VELVALUE Dbl(VelValueType t, double v) {
-  VELVALUE r(t);
-  r.dblVal = v;
-  return r;
+/// A record of the given type whose member `Member` holds the value.
+template <class T, T VELVALUE::*Member>
+VELVALUE With(VelValueType type, T value) {
+  VELVALUE record(type);
+  record.*Member = std::move(value);
+  return record;
 }
-inline VELVALUE Lng(VelValueType t, std::int32_t v) {
-  VELVALUE r(t);
-  r.lVal = v;
-  return r;
-}
-inline VELVALUE U8(VelValueType t, std::uint8_t v) {
-  VELVALUE r(t);
-  r.byVal = v;
-  return r;
-}
-inline VELVALUE U16(VelValueType t, std::uint16_t v) {
-  VELVALUE r(t);
-  r.wVal = v;
-  return r;
-}
-inline VELVALUE U32(VelValueType t, std::uint32_t v) {
-  VELVALUE r(t);
-  r.dwVal = v;
-  return r;
-}
-inline VELVALUE Str(VelValueType t, std::string v) {
-  VELVALUE r(t);
-  r.strVal = std::move(v);
-  return r;
-}
-inline VELVALUE Tm(VelValueType t, const VELTIME& v) {
-  VELVALUE r(t);
-  r.tmVal = v;
-  return r;
-}
+inline constexpr auto Dbl = With<double, &VELVALUE::dblVal>;
+inline constexpr auto Lng = With<std::int32_t, &VELVALUE::lVal>;
+inline constexpr auto U8 = With<std::uint8_t, &VELVALUE::byVal>;
+inline constexpr auto U16 = With<std::uint16_t, &VELVALUE::wVal>;
+inline constexpr auto U32 = With<std::uint32_t, &VELVALUE::dwVal>;
+inline constexpr auto Str = With<std::string, &VELVALUE::strVal>;
+inline constexpr auto Tm = With<VELTIME, &VELVALUE::tmVal>;
+
 inline VELVALUE WithStatus(VELVALUE v, std::uint8_t s) {
   v.status = s;
   return v;
