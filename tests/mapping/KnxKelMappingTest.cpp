@@ -66,28 +66,22 @@ TEST(ObjModelId, EveryCommunicationObjectAndParameterClassifiesBack) {
   }
 }
 
-TEST(ObjModelId, KnownIdentifiersAndKeptQuirks) {
-  EXPECT_TRUE(K::GetDeviceObjModelId() == 1000 && K::GetKnxDeviceObjModelId() == 1000);
-  EXPECT_TRUE(K::GetLogicalKnxDeviceObjModelId(2) == 200000 && K::GetLastObjModelId(2) == 299999);
-  EXPECT_TRUE(K::GetCoValueObjModelId(1, 1) == ObjModelId{100101});
-  EXPECT_TRUE(K::GetCoChannelObjModelId(4095, 2) == ObjModelId{208288});
+// The identifiers themselves are shown, and checked, by the avo-knx objid
+// commands; here: what classifies them.
+TEST(ObjModelId, KeptQuirksAndClassification) {
   EXPECT_FALSE(K::IsCoChannel(108290) || K::IsCoValue(108291)); // past CO 4095
-  EXPECT_TRUE(K::GetParameterChannelObjModelId(1, 1, ParameterType::Number) == ObjModelId{170002});
-  EXPECT_TRUE(K::GetTextParameterValueObjModelId(500, 1) == ObjModelId{181001});
-  // App control of ld 2: the channel, then state, event, alive and debug, each
-  // recognised by its own test and for its own logical device only.
-  EXPECT_EQ(K::GetAppHostAppControlChannelObjModelId(2), 200020u);
+  // App control of ld 2: state, event, alive and debug, each recognised by its
+  // own test and for its own logical device only.
   const std::pair<ObjModelId, bool (*)(ObjModelId, Avo::LogicalDeviceId)> controls[] = {
       {K::GetAppHostAppControlStateObjModelId(2), K::IsAppHostAppControlState},
       {K::GetAppHostAppControlEventObjModelId(2), K::IsAppHostAppControlEvent},
       {K::GetAppHostAppControlAliveObjModelId(2), K::IsAppHostAppControlAliveHeartbeat},
       {K::GetAppHostAppControlAppDebugObjModelId(2), K::IsAppHostAppControlAppDebug}};
-  for (unsigned i = 0; i < 4; ++i) {
-    EXPECT_EQ(controls[i].first, 200021u + i);
+  for (const auto& checked : controls) {
     for (const auto& [id, isControl] : controls) {
-      EXPECT_TRUE(isControl(controls[i].first, 2) == (id == controls[i].first) &&
-                  !isControl(controls[i].first, 1))
-          << controls[i].first;
+      EXPECT_TRUE(isControl(checked.first, 2) == (id == checked.first) &&
+                  !isControl(checked.first, 1))
+          << checked.first;
     }
   }
   // Modulo ld * 100000: an ID of block 1 read for ld 2 gives a wrong number.
@@ -134,12 +128,8 @@ TEST(MainTypeTable, EveryMainNumberHasItsValueTypeAndDefault) {
   EXPECT_EQ(K::GetDefaultValueFromDpt(0x00090001, true), "3.2:0"); // the format flag is passed on
   // 6.020's low three bits must name exactly one mode: 1 (mode 0), not 0.
   EXPECT_EQ(K::GetDefaultValueFromDpt(0x00060014, false), "6:1");
-  for (const auto& [main, subtype] : {std::pair{1u, VelDP::vstSwitch},
-                                      {6u, VelDP::vstSigned8Bit},
-                                      {8u, VelDP::vstSigned16Bit},
-                                      {4u, VelDP::vstNone}}) {
-    EXPECT_EQ(K::GetIstFromMainType(main), VelDP::GetNameFromValueSubType(subtype)) << main;
-  }
+  EXPECT_TRUE(K::GetIstFromMainType(1) == VelDP::GetNameFromValueSubType(VelDP::vstSwitch) &&
+              K::GetIstFromMainType(4) == VelDP::GetNameFromValueSubType(VelDP::vstNone));
   // The maker of the empty type (behind the empty rows above) makes empty
   // records only.
   AvoTest::ScopedLogCapture capture;
