@@ -149,7 +149,7 @@ TEST_F(AppHostConfigFile, ObjIdReadsLikeThe32BitStringToUnsignedLong) {
   const std::pair<std::string, std::string> cases[] = {
       {" 12", "12"},          {" \t\n\v\f\r+7", "7"},
       {"12ab", "12"},         {"-1", "4294967295"},
-      {"-4294967295", "1"},   {"0004294967295", "4294967295"},
+      {"-4294967295", "1"},   {"00000000000000000004294967295", "4294967295"},
       {"4294967296", range},  {"18446744073709551617", range}, // would wrap a 64-bit sum to 1
       {"-4294967296", range}, {"abc", invalid},
       {"+", invalid},         {"- 1", invalid}};
