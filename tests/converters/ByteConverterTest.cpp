@@ -1,5 +1,7 @@
 #include "ConverterTestSupport.h"
 
+#include "Avo/Text.h"
+
 namespace {
 
 using namespace ConverterTest;
@@ -13,10 +15,7 @@ const Avo::KnxConverterInteger8BitSigned kSigned(IntegerRange(-128, 127, -128, 1
 const Avo::KnxConverterStatus8Bit kStatus(IntegerRange(0, 255, 0, 255));
 
 VELVALUE Character(unsigned byte) { // one Latin-1 character in UTF-8
-  const auto lead = static_cast<char>(0xC0 | (byte >> 6)),
-             next = static_cast<char>(0x80 | (byte & 0x3F));
-  return Str(ivtString,
-             byte < 0x80 ? std::string(1, static_cast<char>(byte)) : std::string{lead, next});
+  return Str(ivtString, getUTF8FromLatin1(std::string(1, static_cast<char>(byte))));
 }
 
 // Every bus byte is decoded and goes out again as the same byte, or is

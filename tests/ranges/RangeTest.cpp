@@ -24,12 +24,11 @@ void Check(const std::vector<Bound>& bounds, double scaleFactor, const std::stri
   const Range range(bounds[0], bounds[1], bounds[2], bounds[3]);
   EXPECT_DOUBLE_EQ(range.GetScaleFactor(), scaleFactor);
   EXPECT_EQ(range.ToString(), text);
-  std::vector<AvoTest::LogLine> expected;
-  if (!error.empty()) {
-    const std::string line = "Failed to calculate the scale factor because of invalid " + error;
-    expected.push_back(AvoTest::Line(log4cplus::ERROR_LOG_LEVEL, line, "CalculateScaleFactor"));
-  }
-  EXPECT_EQ(capture.Lines(), expected);
+  const std::string line = "Failed to calculate the scale factor because of invalid " + error;
+  EXPECT_EQ(capture.Lines(),
+            std::vector<AvoTest::LogLine>(
+                error.empty() ? 0 : 1,
+                AvoTest::Line(log4cplus::ERROR_LOG_LEVEL, line, "CalculateScaleFactor")));
 }
 
 using Integers = std::vector<std::int64_t>;

@@ -1,6 +1,6 @@
 #pragma once
-// Helpers of the value converter tests: value records by type, group values,
-// and one initialised converter shared by the tests that only read it.
+// Helpers of the value converter tests: group values, and one initialised converter shared by the
+// tests that only read it.
 #include "AvoObjectModel/KnxValueConverter.h"
 #include "VelValueSamples.h"
 
@@ -10,11 +10,6 @@
 
 namespace AvoTest {
 
-inline VELVALUE Typed(VelValueType type) {
-  VELVALUE value;
-  value.ivt = type;
-  return value;
-}
 inline KnxStack::GroupValue Group(const std::vector<std::uint8_t>& b, unsigned bits) {
   return {KnxStack::BinaryData(b), bits};
 }
